@@ -1,0 +1,33 @@
+#pragma once
+
+#include "Desktop/DesktopFill.h"
+
+#include <QColor>
+
+// The brand ink: the default solid fill and the tint of the material fill.
+inline QColor brandInkColor()
+{
+    return QColor::fromRgbF(20.0f / 255.0f, 21.0f / 255.0f, 26.0f / 255.0f, 1.0f);
+}
+
+struct DesktopCoverConfiguration
+{
+    DesktopFill fill = DesktopFill::matchWallpaper;
+    QColor solidColor = brandInkColor();
+    bool consumesClicks = true;
+    bool doubleClickReveals = false;
+
+    // Colours compare by their sRGB components, whatever spec the QColor was built with.
+    friend bool operator==(const DesktopCoverConfiguration &a, const DesktopCoverConfiguration &b)
+    {
+        const QColor ca = a.solidColor.toRgb();
+        const QColor cb = b.solidColor.toRgb();
+        return a.fill == b.fill && a.consumesClicks == b.consumesClicks &&
+               a.doubleClickReveals == b.doubleClickReveals && ca.redF() == cb.redF() &&
+               ca.greenF() == cb.greenF() && ca.blueF() == cb.blueF() && ca.alphaF() == cb.alphaF();
+    }
+    friend bool operator!=(const DesktopCoverConfiguration &a, const DesktopCoverConfiguration &b)
+    {
+        return !(a == b);
+    }
+};

@@ -1,0 +1,24 @@
+#include "TestEnvironment.h"
+
+#include <QDir>
+#include <QStandardPaths>
+
+TestEnvironment::TestEnvironment() : m_dir(std::make_unique<QTemporaryDir>())
+{
+    QDir(m_dir->path()).mkpath(QStringLiteral("config"));
+    QDir(m_dir->path()).mkpath(QStringLiteral("data"));
+    qputenv("XDG_CONFIG_HOME", configHome().toLocal8Bit());
+    qputenv("XDG_DATA_HOME", dataHome().toLocal8Bit());
+}
+
+TestEnvironment::~TestEnvironment() = default;
+
+QString TestEnvironment::configHome() const
+{
+    return m_dir->path() + QStringLiteral("/config");
+}
+
+QString TestEnvironment::dataHome() const
+{
+    return m_dir->path() + QStringLiteral("/data");
+}
