@@ -1,1 +1,138 @@
-int main() { return 0; }
+#include "App/AppCoordinator.h"
+#include "App/InstanceChannel.h"
+#include "App/Logging.h"
+#include "Platform/DesktopSession.h"
+#include "Platform/TerminationSignals.h"
+
+#include <QApplication>
+#include <QCommandLineParser>
+#include <QElapsedTimer>
+#include <QThread>
+
+#include <cstdio>
+
+namespace {
+
+QString verbDescriptions()
+{
+    return QStringLiteral("Commands for the running instance:\n"
+                          "  show            open or close the hub (the default when Halcy already runs)\n"
+                          "  toggle-mirror   open or close the mirror\n"
+                          "  toggle-desktop  hide or show the desktop\n"
+                          "  settings        open the settings window\n"
+                          "  quit            quit Halcy");
+}
+
+void printLine(FILE *stream, const QString &text)
+{
+    std::fprintf(stream, "%s\n", qPrintable(text));
+}
+
+// A second launch hands its verb to the running instance, which may still be starting up.
+int forwardToRunningInstance(int argc, char **argv, const QString &verb)
+{
+    QCoreApplication app(argc, argv);
+    QElapsedTimer clock;
+    clock.start();
+    InstanceChannel::SendResult result = InstanceChannel::SendResult::notRunning;
+    while (clock.elapsed() < 5000) {
+        result = InstanceChannel::send(verb);
+        if (result != InstanceChannel::SendResult::notRunning)
+            break;
+        QThread::msleep(100);
+    }
+    if (result == InstanceChannel::SendResult::delivered) {
+        printLine(stdout, QStringLiteral("Halcy is already running; passed on \"%1\".").arg(verb));
+        return 0;
+    }
+    printLine(stderr, QStringLiteral("Halcy is already running but did not answer \"%1\".").arg(verb));
+    return 1;
+}
+
+void dispatch(AppCoordinator &coordinator, const QString &verb)
+{
+    if (verb == QLatin1String("show"))
+        coordinator.toggleHub();
+    else if (verb == QLatin1String("toggle-mirror"))
+        coordinator.toggleMirror();
+    else if (verb == QLatin1String("toggle-desktop"))
+        coordinator.toggleDesktopCover();
+    else if (verb == QLatin1String("settings"))
+        coordinator.openSettings();
+    else if (verb == QLatin1String("quit"))
+        coordinator.quit();
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QCoreApplication::setApplicationName(QStringLiteral("halcy"));
+    QCoreApplication::setApplicationVersion(QStringLiteral(HALCY_VERSION));
+
+    QStringList arguments;
+    for (int i = 0; i < argc; ++i)
+        arguments << QString::fromLocal8Bit(argv[i]);
+    QCommandLineParser parser;
+    parser.setApplicationDescription(
+        QStringLiteral("Halcy: clipboard history, camera mirror and Hide Desktop from the tray.\n\n") +
+        verbDescriptions());
+    const QCommandLineOption helpOption = parser.addHelpOption();
+    const QCommandLineOption versionOption = parser.addVersionOption();
+    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("One of the commands below (optional)."),
+                                 QStringLiteral("[command]"));
+    if (!parser.parse(arguments)) {
+        printLine(stderr, parser.errorText());
+        return 2;
+    }
+    if (parser.isSet(helpOption)) {
+        printLine(stdout, parser.helpText());
+        return 0;
+    }
+    if (parser.isSet(versionOption)) {
+        printLine(stdout, QStringLiteral("halcy %1").arg(QStringLiteral(HALCY_VERSION)));
+        return 0;
+    }
+    const QStringList positional = parser.positionalArguments();
+    const QString verb = positional.value(0);
+    if (positional.size() > 1 || (!verb.isEmpty() && !InstanceChannel::verbs().contains(verb))) {
+        printLine(stderr, QStringLiteral("Unknown command \"%1\". Try: halcy --help").arg(positional.join(u' ')));
+        return 2;
+    }
+
+    InstanceChannel channel;
+    if (!channel.claim())
+        return forwardToRunningInstance(argc, argv, verb.isEmpty() ? QStringLiteral("show") : verb);
+    if (!verb.isEmpty() && verb != QLatin1String("show")) {
+        printLine(stderr, QStringLiteral("Halcy is not running."));
+        return 1;
+    }
+
+    const QString unavailable = DesktopSession::unavailableReason();
+    if (!unavailable.isEmpty()) {
+        printLine(stderr, unavailable);
+        return 1;
+    }
+
+    QApplication app(argc, argv);
+    QApplication::setApplicationDisplayName(QStringLiteral("Halcy"));
+    QGuiApplication::setDesktopFileName(QStringLiteral("halcy"));
+    // A tray utility: closing its windows never ends it.
+    QApplication::setQuitOnLastWindowClosed(false);
+
+    AppCoordinator coordinator;
+    QObject::connect(&app, &QCoreApplication::aboutToQuit, &coordinator, &AppCoordinator::shutdown);
+    TerminationSignals::install(&app, [](int number) {
+        qCInfo(lcApp) << "Signal" << number << "received, quitting";
+        QCoreApplication::quit();
+    });
+    QObject::connect(&channel, &InstanceChannel::verbReceived, &coordinator,
+                     [&coordinator](const QString &received) { dispatch(coordinator, received); });
+    channel.listen();
+
+    coordinator.start();
+    qCInfo(lcApp) << "Halcy" << HALCY_VERSION << "started";
+    if (verb == QLatin1String("show"))
+        coordinator.toggleHub();
+    return app.exec();
+}

@@ -1,0 +1,144 @@
+#include "App/StatusItemController.h"
+
+#include "App/AppCommanding.h"
+#include "App/AppState.h"
+#include "App/Logging.h"
+
+#include <QAction>
+#include <QKeySequence>
+#include <QMenu>
+#include <QPainter>
+#include <QPainterPath>
+#include <QPixmap>
+#include <QSystemTrayIcon>
+
+StatusItemController::StatusItemController(AppState *appState, AppCommanding *commander, QObject *parent)
+    : QObject(parent), m_appState(appState), m_commander(commander), m_menu(std::make_unique<QMenu>()),
+      m_trayIcon(std::make_unique<QSystemTrayIcon>())
+{
+    m_menu->setObjectName(QStringLiteral("statusItemMenu"));
+    connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
+    rebuildMenu();
+    m_trayIcon->setContextMenu(m_menu.get());
+
+    configureButton(appState->mirrorOpen());
+    connect(appState, &AppState::mirrorOpenChanged, this, [this] {
+        if (m_appState)
+            configureButton(m_appState->mirrorOpen());
+    });
+    connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
+        // Right click (Context) shows the menu through the tray itself; it never opens the hub.
+        if (reason == QSystemTrayIcon::Trigger)
+            togglePopover();
+    });
+
+    if (!QSystemTrayIcon::isSystemTrayAvailable())
+        qCInfo(lcApp) << "This desktop offers no system tray: no icon is shown; the global shortcut and"
+                         " 'halcy show' still open Halcy";
+    m_trayIcon->show();
+}
+
+StatusItemController::~StatusItemController()
+{
+    m_trayIcon->hide();
+}
+
+bool StatusItemController::isTrayAvailable() const
+{
+    return QSystemTrayIcon::isSystemTrayAvailable();
+}
+
+void StatusItemController::togglePopover()
+{
+    qCInfo(lcApp) << "The hub is not available in this build";
+}
+
+void StatusItemController::closePopover() {}
+
+QString StatusItemController::toolTip(bool mirrorOpen)
+{
+    return mirrorOpen ? QStringLiteral("Halcy — Mirror active") : QStringLiteral("Halcy");
+}
+
+QIcon StatusItemController::makeIcon(bool mirrorOpen)
+{
+    QIcon icon;
+    for (const int size : {16, 22, 24, 32, 48, 64}) {
+        QPixmap pixmap(size, size);
+        pixmap.fill(Qt::transparent);
+        QPainter painter(&pixmap);
+        painter.setRenderHint(QPainter::Antialiasing);
+        const qreal unit = size / 18.0;
+
+        // A rounded lens with a small clip on top: readable on light and dark panels thanks to the
+        // dark rim around the light body.
+        const QRectF body(2.5 * unit, 3.5 * unit, 13 * unit, 12 * unit);
+        QPainterPath lens;
+        lens.addRoundedRect(body, 3.5 * unit, 3.5 * unit);
+        const QColor bodyColor = mirrorOpen ? QColor(0xff, 0x5a, 0x4e) : QColor(0xf2, 0xf2, 0xf4);
+        painter.setPen(QPen(QColor(20, 21, 26, 220), qMax(1.0, 1.1 * unit)));
+        painter.setBrush(bodyColor);
+        painter.drawPath(lens);
+
+        painter.setPen(Qt::NoPen);
+        painter.setBrush(QColor(20, 21, 26));
+        painter.drawRoundedRect(QRectF(6.5 * unit, 1.5 * unit, 5 * unit, 3.2 * unit), 1.2 * unit, 1.2 * unit);
+
+        // Two history lines, or a live dot while the mirror is open.
+        if (mirrorOpen) {
+            painter.setBrush(Qt::white);
+            painter.drawEllipse(QPointF(9 * unit, 9.8 * unit), 2.8 * unit, 2.8 * unit);
+        } else {
+            painter.setBrush(QColor(20, 21, 26));
+            painter.drawRoundedRect(QRectF(5.5 * unit, 7.8 * unit, 7 * unit, 1.4 * unit), 0.7 * unit, 0.7 * unit);
+            painter.drawRoundedRect(QRectF(5.5 * unit, 10.8 * unit, 5 * unit, 1.4 * unit), 0.7 * unit, 0.7 * unit);
+        }
+        painter.end();
+        icon.addPixmap(pixmap);
+    }
+    return icon;
+}
+
+void StatusItemController::configureButton(bool mirrorOpen)
+{
+    m_trayIcon->setIcon(makeIcon(mirrorOpen));
+    m_trayIcon->setToolTip(toolTip(mirrorOpen));
+}
+
+void StatusItemController::rebuildMenu()
+{
+    m_menu->clear();
+    auto command = [this](auto method) {
+        return [this, method] {
+            if (m_commander)
+                (m_commander.data()->*method)();
+        };
+    };
+
+    QAction *open = m_menu->addAction(QStringLiteral("Open Halcy"));
+    connect(open, &QAction::triggered, this, &StatusItemController::togglePopover);
+    m_menu->addSeparator();
+
+    QAction *mirror = m_menu->addAction(QStringLiteral("Mirror"));
+    mirror->setShortcut(QKeySequence(QStringLiteral("Ctrl+Meta+M")));
+    connect(mirror, &QAction::triggered, this, command(&AppCommanding::toggleMirror));
+
+    QAction *desktop = m_menu->addAction(QStringLiteral("Hide Desktop"));
+    desktop->setShortcut(QKeySequence(QStringLiteral("Ctrl+Meta+D")));
+    desktop->setCheckable(true);
+    desktop->setChecked(m_appState && m_appState->desktopHidden());
+    connect(desktop, &QAction::triggered, this, command(&AppCommanding::toggleDesktopCover));
+    m_menu->addSeparator();
+
+    QAction *settings = m_menu->addAction(QStringLiteral("Settings..."));
+    settings->setShortcut(QKeySequence(QStringLiteral("Ctrl+,")));
+    connect(settings, &QAction::triggered, this, command(&AppCommanding::openSettings));
+
+    QAction *quit = m_menu->addAction(QStringLiteral("Quit Halcy"));
+    quit->setShortcut(QKeySequence(QStringLiteral("Ctrl+Q")));
+    connect(quit, &QAction::triggered, this, command(&AppCommanding::quit));
+
+    // The menu's shortcuts are shown for reference; only the global ones act outside the menu.
+    for (QAction *action : m_menu->actions())
+        action->setShortcutContext(Qt::WidgetShortcut);
+}

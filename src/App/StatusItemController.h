@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QIcon>
+#include <QObject>
+#include <QPointer>
+
+#include <memory>
+
+class AppCommanding;
+class AppState;
+class QMenu;
+class QSystemTrayIcon;
+
+// The tray icon: left click toggles the hub, right click opens the menu, and the icon and tooltip
+// follow whether the mirror is open.
+class StatusItemController final : public QObject
+{
+    Q_OBJECT
+public:
+    StatusItemController(AppState *appState, AppCommanding *commander, QObject *parent = nullptr);
+    ~StatusItemController() override;
+
+    bool isTrayAvailable() const;
+    QSystemTrayIcon *trayIcon() const { return m_trayIcon.get(); }
+    QMenu *menu() const { return m_menu.get(); }
+
+    void togglePopover();
+    void closePopover();
+
+    // Drawn in code: the plain glyph, or the coloured "active" one while the mirror is open.
+    static QIcon makeIcon(bool mirrorOpen);
+    static QString toolTip(bool mirrorOpen);
+
+private:
+    void configureButton(bool mirrorOpen);
+    void rebuildMenu();
+
+    QPointer<AppState> m_appState;
+    QPointer<AppCommanding> m_commander;
+    std::unique_ptr<QMenu> m_menu;
+    std::unique_ptr<QSystemTrayIcon> m_trayIcon;
+};
