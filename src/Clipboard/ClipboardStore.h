@@ -8,7 +8,9 @@
 #include <QObject>
 #include <QSqlDatabase>
 #include <QString>
+#include <QStringList>
 #include <QUuid>
+#include <QVariant>
 
 #include <memory>
 #include <optional>
@@ -32,8 +34,9 @@ struct ClipboardRecord
     ClipboardHistoryEntry toEntry() const;
 };
 
-// History persistence on SQLite. Main thread only. Every mutating call reports failure through its
-// return value and, when given, `error`; nothing here throws.
+// History persistence on SQLite. Main thread only. Every call reports failure through its return value
+// and, when given, `error`; nothing here throws. Each mutating call is one transaction: a crash loses at
+// most the change in flight.
 class ClipboardStore final : public QObject
 {
     Q_OBJECT
@@ -45,7 +48,7 @@ public:
     static QString defaultPath();
 
     // Opens (creating when missing) the database at `path`. Fails without touching a file that is not a
-    // database or has a newer schema.
+    // history database or was written with a newer schema.
     static std::unique_ptr<ClipboardStore> open(const QString &path, int historyLimit, QString *error = nullptr);
     // Never fails short of SQLite itself missing.
     static std::unique_ptr<ClipboardStore> openInMemory(int historyLimit, QString *error = nullptr);
@@ -54,24 +57,38 @@ public:
 
     int historyLimit() const { return m_historyLimit; }
     bool isPersistent() const { return m_persistent; }
+    // Empty for an in-memory store.
+    QString path() const { return m_path; }
 
     // De-duplicates by fingerprint (the existing record moves to the top, keeps id and pin), then trims
     // unpinned records beyond historyLimit.
     bool insert(const ClipboardCapture &capture, QString *error = nullptr);
-    // Newest first.
-    ClipboardHistoryEntries entries() const;
-    std::optional<ClipboardRecord> record(const QUuid &id) const;
-    std::optional<QByteArray> imageData(const QUuid &id) const;
+    // Newest first; records written in the same millisecond are ordered by the later write first. Never
+    // carries image bytes. On failure the list is empty and `error` is set.
+    ClipboardHistoryEntries entries(QString *error = nullptr) const;
+    // Nothing for an unknown id (then `error` stays empty) or on failure (then it is set).
+    std::optional<ClipboardRecord> record(const QUuid &id, QString *error = nullptr) const;
+    // Nothing for an unknown id or a record without image bytes.
+    std::optional<QByteArray> imageData(const QUuid &id, QString *error = nullptr) const;
+    // An unknown id is a failure.
     bool togglePin(const QUuid &id, QString *error = nullptr);
+    // An unknown id is a failure.
     bool deleteEntry(const QUuid &id, QString *error = nullptr);
     bool clear(bool includingPinned, QString *error = nullptr);
+    // Deletes records whose timestamp is at or after `cutoff`.
     bool deleteEntriesSince(const QDateTime &cutoff, bool includingPinned, QString *error = nullptr);
 
 private:
-    ClipboardStore(const QString &connectionName, int historyLimit, bool persistent);
-    QSqlDatabase database() const;
+    ClipboardStore(QString connectionName, QString path, int historyLimit);
+
+    bool connect(QString *error);
+    bool prepareSchema(QString *error);
+    bool trim(QString *error);
+    bool deleteWhere(const QString &condition, const QVariantList &values, const char *what, QString *error);
 
     QString m_connectionName;
+    QString m_path;
+    QSqlDatabase m_database;
     int m_historyLimit;
     bool m_persistent;
 };

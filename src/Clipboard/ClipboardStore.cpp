@@ -1,0 +1,744 @@
+#include "Clipboard/ClipboardStore.h"
+
+#include "App/Logging.h"
+
+#include <QCoreApplication>
+#include <QDir>
+#include <QFile>
+#include <QFileInfo>
+#include <QJsonArray>
+#include <QJsonDocument>
+#include <QSqlError>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QThread>
+#include <QUrl>
+#include <QVersionNumber>
+
+#include <algorithm>
+#include <array>
+#include <utility>
+
+namespace {
+
+constexpr QFileDevice::Permissions ownerOnlyFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
+constexpr QFileDevice::Permissions ownerOnlyDirectory = ownerOnlyFile | QFileDevice::ExeOwner;
+constexpr QFileDevice::Permissions modeBits = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                              QFileDevice::ExeOwner | QFileDevice::ReadGroup |
+                                              QFileDevice::WriteGroup | QFileDevice::ExeGroup |
+                                              QFileDevice::ReadOther | QFileDevice::WriteOther |
+                                              QFileDevice::ExeOther;
+
+// Small enough that a second instance holding the lock cannot freeze the interface for long.
+constexpr int busyTimeoutMs = 500;
+// The write-ahead log shrinks back to this after a checkpoint, so one large image does not leave a
+// large file behind.
+constexpr qint64 walSizeLimitBytes = 4 * 1024 * 1024;
+
+const QByteArray sqliteHeader = QByteArrayLiteral("SQLite format 3\0");
+
+const QString metadataTable = QStringLiteral("metadata");
+const QString versionKey = QStringLiteral("schemaVersion");
+
+const QStringList recordColumns = {
+    QStringLiteral("id"),          QStringLiteral("title"),          QStringLiteral("preview"),
+    QStringLiteral("typeRawValue"), QStringLiteral("sourceAppName"), QStringLiteral("timestamp"),
+    QStringLiteral("isPinned"),    QStringLiteral("fingerprint"),    QStringLiteral("textContent"),
+    QStringLiteral("fileURLStrings"), QStringLiteral("imageBookmark"), QStringLiteral("imageData"),
+};
+
+// Everything an entry shows; the image bytes are left on disk.
+const QString entryColumns = QStringLiteral(
+    "id, title, preview, typeRawValue, sourceAppName, timestamp, isPinned, textContent, fileURLStrings, "
+    "imageBookmark");
+enum EntryColumn {
+    colId,
+    colTitle,
+    colPreview,
+    colType,
+    colSource,
+    colTimestamp,
+    colPinned,
+    colText,
+    colFiles,
+    colBookmark,
+    colFingerprint, // record() only
+    colImage,       // record() only
+};
+
+// Records written in the same millisecond: the later write (higher rowid) counts as newer.
+const QString newestFirst = QStringLiteral("ORDER BY timestamp DESC, rowid DESC");
+
+struct Migration
+{
+    const char *fromVersion;
+    const char *toVersion;
+    bool (*apply)(QSqlDatabase &database, QString *error);
+};
+
+// Applied in order, each within the transaction that opens the store. A schema change appends a step
+// from the previous version and raises ClipboardStore::schemaVersion.
+const std::array<Migration, 0> migrations{};
+
+void assertMainThread()
+{
+    Q_ASSERT_X(!QCoreApplication::instance() ||
+                   QThread::currentThread() == QCoreApplication::instance()->thread(),
+               "ClipboardStore", "the history store is used from the main thread only");
+}
+
+bool fail(QString *error, const QString &message)
+{
+    qCWarning(lcStore).noquote() << message;
+    if (error)
+        *error = message;
+    return false;
+}
+
+bool failQuery(QString *error, const char *what, const QSqlQuery &query)
+{
+    return fail(error, QStringLiteral("%1: %2").arg(QLatin1String(what), query.lastError().text()));
+}
+
+bool exec(QSqlQuery &query, const char *what, QString *error)
+{
+    return query.exec() || failQuery(error, what, query);
+}
+
+bool exec(QSqlDatabase &database, const QString &sql, const char *what, QString *error)
+{
+    QSqlQuery query(database);
+    return query.exec(sql) || failQuery(error, what, query);
+}
+
+QString newConnectionName(const char *role)
+{
+    static quint64 counter = 0;
+    return QStringLiteral("halcy.store.%1.%2").arg(QLatin1String(role)).arg(++counter);
+}
+
+QString nonNull(const QString &text)
+{
+    return text.isNull() ? QStringLiteral("") : text;
+}
+
+QVariant optionalText(const std::optional<QString> &text)
+{
+    return text ? QVariant(*text) : QVariant(QMetaType::fromType<QString>());
+}
+
+QVariant optionalBytes(const std::optional<QByteArray> &bytes)
+{
+    return bytes ? QVariant(*bytes) : QVariant(QMetaType::fromType<QByteArray>());
+}
+
+std::optional<QString> readOptionalText(const QSqlQuery &query, int column)
+{
+    if (query.isNull(column))
+        return std::nullopt;
+    return query.value(column).toString();
+}
+
+QString encodeFileURLs(const QStringList &urls)
+{
+    return QString::fromUtf8(QJsonDocument(QJsonArray::fromStringList(urls)).toJson(QJsonDocument::Compact));
+}
+
+QStringList decodeFileURLs(const QString &json)
+{
+    const QJsonDocument document = QJsonDocument::fromJson(json.toUtf8());
+    if (!document.isArray()) {
+        qCWarning(lcStore) << "Unreadable file list in a history record:" << json.left(80);
+        return {};
+    }
+    QStringList urls;
+    for (const QJsonValue &value : document.array())
+        urls.append(value.toString());
+    return urls;
+}
+
+QDateTime fromMsecs(qint64 msecs)
+{
+    return QDateTime::fromMSecsSinceEpoch(msecs);
+}
+
+// Fills the fields an entry shows; the caller adds fingerprint and image bytes when it selected them.
+bool readRecord(const QSqlQuery &query, ClipboardRecord *record)
+{
+    record->id = QUuid::fromString(query.value(colId).toString());
+    if (record->id.isNull()) {
+        qCWarning(lcStore) << "Skipping a history record with an unreadable id:" << query.value(colId);
+        return false;
+    }
+    record->title = query.value(colTitle).toString();
+    record->preview = query.value(colPreview).toString();
+    record->typeRawValue = query.value(colType).toString();
+    record->sourceAppName = query.value(colSource).toString();
+    record->timestamp = fromMsecs(query.value(colTimestamp).toLongLong());
+    record->isPinned = query.value(colPinned).toInt() != 0;
+    record->textContent = readOptionalText(query, colText);
+    record->fileURLStrings = decodeFileURLs(query.value(colFiles).toString());
+    record->imageBookmark = readOptionalText(query, colBookmark);
+    return true;
+}
+
+QString idText(const QUuid &id)
+{
+    return id.toString(QUuid::WithoutBraces);
+}
+
+enum class SchemaState { empty, current, older };
+
+// Works on a read-only connection too: it only reads.
+bool inspectSchema(QSqlDatabase &database, const QString &displayPath, SchemaState *state, QString *version,
+                   QString *error)
+{
+    QSqlQuery tables(database);
+    tables.setForwardOnly(true);
+    if (!tables.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
+        return fail(error, QStringLiteral("The history file %1 cannot be read: %2")
+                               .arg(displayPath, tables.lastError().text()));
+    QStringList names;
+    while (tables.next())
+        names.append(tables.value(0).toString());
+
+    if (names.isEmpty()) {
+        *state = SchemaState::empty;
+        return true;
+    }
+    const QString notOurs = QStringLiteral("The file %1 is not a Halcy clipboard history.").arg(displayPath);
+    if (!names.contains(metadataTable))
+        return fail(error, notOurs);
+
+    QSqlQuery read(database);
+    read.prepare(QStringLiteral("SELECT value FROM metadata WHERE key = ?"));
+    read.addBindValue(versionKey);
+    if (!read.exec())
+        return fail(error, QStringLiteral("The history file %1 cannot be read: %2")
+                               .arg(displayPath, read.lastError().text()));
+    if (!read.next())
+        return fail(error, notOurs);
+    *version = read.value(0).toString();
+    const QVersionNumber stored = QVersionNumber::fromString(*version);
+    const QVersionNumber ours = QVersionNumber::fromString(QLatin1String(ClipboardStore::schemaVersion));
+    if (stored.isNull())
+        return fail(error, notOurs);
+    if (stored > ours)
+        return fail(error, QStringLiteral("The history was written by a newer version of Halcy (schema %1); "
+                                          "this version reads schema %2. The file was left as it is.")
+                               .arg(*version, QLatin1String(ClipboardStore::schemaVersion)));
+    if (stored < ours) {
+        *state = SchemaState::older;
+        return true;
+    }
+
+    QSqlQuery columns(database);
+    if (!columns.exec(QStringLiteral("PRAGMA table_info(ClipboardRecord)")))
+        return failQuery(error, "Could not read the history table", columns);
+    QStringList present;
+    while (columns.next())
+        present.append(columns.value(1).toString());
+    for (const QString &column : recordColumns) {
+        if (!present.contains(column))
+            return fail(error, QStringLiteral("The history file %1 is damaged: column %2 is missing.")
+                                   .arg(displayPath, column));
+    }
+    *state = SchemaState::current;
+    return true;
+}
+
+bool createSchema(QSqlDatabase &database, QString *error)
+{
+    const char *what = "Could not create the history tables";
+    return exec(database,
+                QStringLiteral("CREATE TABLE metadata (key TEXT PRIMARY KEY NOT NULL, value TEXT NOT NULL)"),
+                what, error) &&
+           exec(database,
+                QStringLiteral("CREATE TABLE ClipboardRecord ("
+                               "id TEXT PRIMARY KEY NOT NULL, "
+                               "title TEXT NOT NULL, "
+                               "preview TEXT NOT NULL, "
+                               "typeRawValue TEXT NOT NULL, "
+                               "sourceAppName TEXT NOT NULL, "
+                               "timestamp INTEGER NOT NULL, "
+                               "isPinned INTEGER NOT NULL DEFAULT 0 CHECK (isPinned IN (0, 1)), "
+                               "fingerprint TEXT NOT NULL, "
+                               "textContent TEXT, "
+                               "fileURLStrings TEXT NOT NULL DEFAULT '[]', "
+                               "imageBookmark TEXT, "
+                               "imageData BLOB)"),
+                what, error) &&
+           exec(database,
+                QStringLiteral("CREATE INDEX ClipboardRecord_fingerprint ON ClipboardRecord (fingerprint)"),
+                what, error) &&
+           exec(database,
+                QStringLiteral("CREATE INDEX ClipboardRecord_timestamp ON ClipboardRecord (timestamp)"),
+                what, error);
+}
+
+bool writeVersion(QSqlDatabase &database, const QString &version, QString *error)
+{
+    QSqlQuery query(database);
+    query.prepare(QStringLiteral("INSERT OR REPLACE INTO metadata (key, value) VALUES (?, ?)"));
+    query.addBindValue(versionKey);
+    query.addBindValue(version);
+    return exec(query, "Could not record the history schema version", error);
+}
+
+bool migrate(QSqlDatabase &database, const QString &from, QString *error)
+{
+    QString version = from;
+    for (const Migration &step : migrations) {
+        if (version != QLatin1String(step.fromVersion))
+            continue;
+        qCInfo(lcStore) << "Migrating the history from schema" << version << "to" << step.toVersion;
+        if (!step.apply(database, error))
+            return false;
+        version = QLatin1String(step.toVersion);
+    }
+    if (version != QLatin1String(ClipboardStore::schemaVersion))
+        return fail(error, QStringLiteral("The history uses schema %1, which this version of Halcy cannot "
+                                          "upgrade.")
+                               .arg(from));
+    return writeVersion(database, version, error);
+}
+
+// BEGIN IMMEDIATE takes the write lock up front, so a read-only file or a competing writer shows up at
+// the start of an operation rather than halfway through it.
+class Transaction final
+{
+public:
+    explicit Transaction(QSqlDatabase &database) : m_database(database) {}
+    Transaction(const Transaction &) = delete;
+    Transaction &operator=(const Transaction &) = delete;
+    ~Transaction()
+    {
+        if (m_open) {
+            QSqlQuery query(m_database);
+            if (!query.exec(QStringLiteral("ROLLBACK")))
+                qCWarning(lcStore) << "Rollback failed:" << query.lastError().text();
+        }
+    }
+
+    bool begin(const char *what, QString *error)
+    {
+        m_open = exec(m_database, QStringLiteral("BEGIN IMMEDIATE"), what, error);
+        return m_open;
+    }
+
+    bool commit(const char *what, QString *error)
+    {
+        if (!exec(m_database, QStringLiteral("COMMIT"), what, error))
+            return false;
+        m_open = false;
+        return true;
+    }
+
+private:
+    QSqlDatabase &m_database;
+    bool m_open = false;
+};
+
+QString sqliteURI(const QString &path, const QString &parameters)
+{
+    return QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) + QLatin1Char('?') + parameters;
+}
+
+// Reads an existing file without any chance of changing it: the header is checked before SQLite sees the
+// file, and SQLite then opens it read-only (immutable when no write-ahead log exists, so not even the
+// shared-memory index is created beside it).
+bool validateExisting(const QString &path, SchemaState *state, QString *error)
+{
+    QFile file(path);
+    if (!file.open(QIODevice::ReadOnly))
+        return fail(error, QStringLiteral("The history file %1 cannot be read: %2").arg(path, file.errorString()));
+    if (file.size() == 0) {
+        // Left behind by a start that was interrupted before SQLite wrote anything.
+        *state = SchemaState::empty;
+        return true;
+    }
+    const QByteArray header = file.read(sqliteHeader.size());
+    file.close();
+    if (header != sqliteHeader)
+        return fail(error, QStringLiteral("The file %1 is not a Halcy clipboard history; it was left as it is.")
+                               .arg(path));
+
+    const bool hasLog = QFileInfo::exists(path + QStringLiteral("-wal"));
+    const QString connectionName = newConnectionName("check");
+    bool ok = false;
+    {
+        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=%1")
+                                       .arg(busyTimeoutMs));
+        database.setDatabaseName(sqliteURI(path, hasLog ? QStringLiteral("mode=ro") : QStringLiteral("immutable=1")));
+        if (!database.open()) {
+            fail(error, QStringLiteral("The history file %1 cannot be opened: %2")
+                            .arg(path, database.lastError().text()));
+        } else {
+            QString version;
+            ok = inspectSchema(database, path, state, &version, error);
+            database.close();
+        }
+    }
+    QSqlDatabase::removeDatabase(connectionName);
+    return ok;
+}
+
+void restrictPermissions(const QString &path)
+{
+    QFile file(path);
+    if (file.exists() && (file.permissions() & modeBits) != ownerOnlyFile && !file.setPermissions(ownerOnlyFile))
+        qCWarning(lcStore) << "Could not restrict the permissions of" << path;
+}
+
+} // namespace
+
+ClipboardHistoryEntry ClipboardRecord::toEntry() const
+{
+    ClipboardHistoryEntry entry;
+    entry.id = id;
+    entry.title = title;
+    entry.preview = preview;
+    entry.type = contentTypeFromRawValue(typeRawValue);
+    entry.sourceAppName = sourceAppName;
+    entry.timestamp = timestamp;
+    entry.isPinned = isPinned;
+    entry.textContent = textContent;
+    entry.fileURLStrings = fileURLStrings;
+    entry.imageBookmark = imageBookmark;
+    return entry;
+}
+
+QString ClipboardStore::defaultPath()
+{
+    return QStandardPaths::writableLocation(QStandardPaths::GenericDataLocation) +
+           QStringLiteral("/Halcy/history.sqlite");
+}
+
+std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int historyLimit, QString *error)
+{
+    assertMainThread();
+    if (path.isEmpty()) {
+        fail(error, QStringLiteral("No location was given for the clipboard history."));
+        return nullptr;
+    }
+    const QFileInfo info(path);
+    const QString absolutePath = info.absoluteFilePath();
+    const QString directory = info.absolutePath();
+
+    if (!QFileInfo(directory).isDir()) {
+        if (!QDir().mkpath(directory)) {
+            fail(error, QStringLiteral("The folder %1 for the clipboard history cannot be created.").arg(directory));
+            return nullptr;
+        }
+        QFile::setPermissions(directory, ownerOnlyDirectory);
+    }
+
+    bool created = false;
+    if (info.exists() || info.isSymLink()) {
+        if (!info.isFile()) {
+            fail(error, QStringLiteral("%1 is not a file, so the clipboard history cannot be kept there.")
+                            .arg(absolutePath));
+            return nullptr;
+        }
+        SchemaState state = SchemaState::empty;
+        if (!validateExisting(absolutePath, &state, error))
+            return nullptr;
+        restrictPermissions(absolutePath);
+        restrictPermissions(absolutePath + QStringLiteral("-wal"));
+        restrictPermissions(absolutePath + QStringLiteral("-shm"));
+    } else {
+        // Created owner-only before SQLite writes anything; its log and index files inherit the mode.
+        QFile file(absolutePath);
+        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, ownerOnlyFile)) {
+            fail(error, QStringLiteral("The clipboard history cannot be created at %1: %2")
+                            .arg(absolutePath, file.errorString()));
+            return nullptr;
+        }
+        created = true;
+    }
+
+    std::unique_ptr<ClipboardStore> store(new ClipboardStore(newConnectionName("rw"), absolutePath, historyLimit));
+    if (!store->connect(error) || !store->prepareSchema(error)) {
+        store.reset();
+        if (created) {
+            for (const char *suffix : {"", "-wal", "-shm"})
+                QFile::remove(absolutePath + QLatin1String(suffix));
+        }
+        return nullptr;
+    }
+    qCDebug(lcStore) << "Opened the clipboard history at" << absolutePath;
+    return store;
+}
+
+std::unique_ptr<ClipboardStore> ClipboardStore::openInMemory(int historyLimit, QString *error)
+{
+    assertMainThread();
+    std::unique_ptr<ClipboardStore> store(new ClipboardStore(newConnectionName("memory"), QString(), historyLimit));
+    if (!store->connect(error) || !store->prepareSchema(error))
+        return nullptr;
+    return store;
+}
+
+ClipboardStore::ClipboardStore(QString connectionName, QString path, int historyLimit)
+    : m_connectionName(std::move(connectionName)), m_path(std::move(path)),
+      m_historyLimit(std::max(0, historyLimit)), m_persistent(!m_path.isEmpty())
+{
+    Q_ASSERT(historyLimit >= 0);
+}
+
+ClipboardStore::~ClipboardStore()
+{
+    assertMainThread();
+    if (m_database.isValid()) {
+        m_database.close();
+        m_database = QSqlDatabase();
+        QSqlDatabase::removeDatabase(m_connectionName);
+    }
+}
+
+bool ClipboardStore::connect(QString *error)
+{
+    m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connectionName);
+    if (!m_database.isValid())
+        return fail(error, QStringLiteral("The SQLite driver for the clipboard history is not available."));
+    m_database.setDatabaseName(m_persistent ? m_path : QStringLiteral(":memory:"));
+    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
+    if (!m_database.open())
+        return fail(error, QStringLiteral("The clipboard history cannot be opened: %1")
+                               .arg(m_database.lastError().text()));
+
+    // Only takes effect on a new file; freed pages are then returned to the file system at each commit.
+    if (!exec(m_database, QStringLiteral("PRAGMA auto_vacuum = FULL"), "Could not configure the history", error))
+        return false;
+    // Deleted clips may be passwords: overwrite their bytes instead of leaving them in free pages.
+    if (!exec(m_database, QStringLiteral("PRAGMA secure_delete = ON"), "Could not configure the history", error))
+        return false;
+    if (!m_persistent)
+        return true;
+
+    QSqlQuery mode(m_database);
+    if (!mode.exec(QStringLiteral("PRAGMA journal_mode = WAL")) || !mode.next())
+        return failQuery(error, "Could not configure the history journal", mode);
+    if (mode.value(0).toString().compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0) {
+        // Some network file systems cannot share memory; the rollback journal is just as safe, only slower.
+        qCWarning(lcStore) << "Write-ahead logging unavailable for" << m_path << "- using journal mode"
+                           << mode.value(0).toString();
+    }
+    mode.finish();
+    // With the write-ahead log, NORMAL never corrupts and never loses a commit when the process dies; only
+    // a power cut or kernel crash can roll back the last commits, which is acceptable for clipboard history.
+    return exec(m_database, QStringLiteral("PRAGMA synchronous = NORMAL"), "Could not configure the history",
+                error) &&
+           exec(m_database, QStringLiteral("PRAGMA journal_size_limit = %1").arg(walSizeLimitBytes),
+                "Could not configure the history", error);
+}
+
+bool ClipboardStore::prepareSchema(QString *error)
+{
+    const char *what = "Could not prepare the clipboard history";
+    Transaction transaction(m_database);
+    if (!transaction.begin(what, error))
+        return false;
+
+    // Checked again under the write lock: another instance may have changed the file since validation.
+    SchemaState state = SchemaState::empty;
+    QString version;
+    if (!inspectSchema(m_database, m_persistent ? m_path : QStringLiteral(":memory:"), &state, &version, error))
+        return false;
+    switch (state) {
+    case SchemaState::empty:
+        if (!createSchema(m_database, error) ||
+            !writeVersion(m_database, QLatin1String(schemaVersion), error))
+            return false;
+        break;
+    case SchemaState::older:
+        if (!migrate(m_database, version, error))
+            return false;
+        break;
+    case SchemaState::current:
+        break;
+    }
+    return transaction.commit(what, error);
+}
+
+bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
+{
+    assertMainThread();
+    const char *what = "Could not save the clipboard item";
+    if (capture.fingerprint.isEmpty())
+        return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
+
+    Transaction transaction(m_database);
+    if (!transaction.begin(what, error))
+        return false;
+
+    QString id;
+    bool pinned = false;
+    {
+        QSqlQuery existing(m_database);
+        existing.setForwardOnly(true);
+        existing.prepare(QStringLiteral("SELECT id, isPinned FROM ClipboardRecord WHERE fingerprint = ? LIMIT 1"));
+        existing.addBindValue(capture.fingerprint);
+        if (!exec(existing, what, error))
+            return false;
+        if (existing.next()) {
+            id = existing.value(0).toString();
+            pinned = existing.value(1).toInt() != 0;
+        }
+    }
+    if (id.isEmpty())
+        id = idText(QUuid::createUuid());
+
+    const QDateTime timestamp = capture.timestamp.isValid() ? capture.timestamp : QDateTime::currentDateTimeUtc();
+
+    // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties with
+    // records captured in the same millisecond.
+    QSqlQuery write(m_database);
+    write.prepare(QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
+                                 "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
+                                 "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+    write.addBindValue(id);
+    write.addBindValue(nonNull(capture.title));
+    write.addBindValue(nonNull(capture.preview));
+    write.addBindValue(rawValue(capture.type));
+    write.addBindValue(nonNull(capture.sourceAppName));
+    write.addBindValue(timestamp.toMSecsSinceEpoch());
+    write.addBindValue(pinned ? 1 : 0);
+    write.addBindValue(capture.fingerprint);
+    write.addBindValue(optionalText(capture.textContent));
+    write.addBindValue(encodeFileURLs(capture.fileURLStrings));
+    write.addBindValue(optionalText(capture.imageBookmark));
+    write.addBindValue(optionalBytes(capture.imageData));
+    if (!exec(write, what, error))
+        return false;
+    write.finish();
+
+    return trim(error) && transaction.commit(what, error);
+}
+
+bool ClipboardStore::trim(QString *error)
+{
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE rowid IN (SELECT rowid FROM ClipboardRecord "
+                                 "WHERE isPinned = 0 %1 LIMIT -1 OFFSET ?)")
+                      .arg(newestFirst));
+    query.addBindValue(m_historyLimit);
+    if (!exec(query, "Could not trim the clipboard history", error))
+        return false;
+    if (query.numRowsAffected() > 0)
+        qCDebug(lcStore) << "Trimmed" << query.numRowsAffected() << "records beyond the limit of" << m_historyLimit;
+    return true;
+}
+
+ClipboardHistoryEntries ClipboardStore::entries(QString *error) const
+{
+    assertMainThread();
+    ClipboardHistoryEntries result;
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    if (!query.exec(QStringLiteral("SELECT %1 FROM ClipboardRecord %2").arg(entryColumns, newestFirst))) {
+        failQuery(error, "Could not read the clipboard history", query);
+        return result;
+    }
+    ClipboardRecord record;
+    while (query.next()) {
+        if (readRecord(query, &record))
+            result.append(record.toEntry());
+    }
+    if (query.lastError().isValid()) {
+        failQuery(error, "Could not read the clipboard history", query);
+        return {};
+    }
+    return result;
+}
+
+std::optional<ClipboardRecord> ClipboardStore::record(const QUuid &id, QString *error) const
+{
+    assertMainThread();
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    query.prepare(QStringLiteral("SELECT %1, fingerprint, imageData FROM ClipboardRecord WHERE id = ?").arg(entryColumns));
+    query.addBindValue(idText(id));
+    if (!exec(query, "Could not read the clipboard item", error) || !query.next())
+        return std::nullopt;
+    ClipboardRecord record;
+    if (!readRecord(query, &record))
+        return std::nullopt;
+    record.fingerprint = query.value(colFingerprint).toString();
+    if (!query.isNull(colImage))
+        record.imageData = query.value(colImage).toByteArray();
+    return record;
+}
+
+std::optional<QByteArray> ClipboardStore::imageData(const QUuid &id, QString *error) const
+{
+    assertMainThread();
+    QSqlQuery query(m_database);
+    query.setForwardOnly(true);
+    query.prepare(QStringLiteral("SELECT imageData FROM ClipboardRecord WHERE id = ?"));
+    query.addBindValue(idText(id));
+    if (!exec(query, "Could not read the image of the clipboard item", error) || !query.next() || query.isNull(0))
+        return std::nullopt;
+    return query.value(0).toByteArray();
+}
+
+bool ClipboardStore::togglePin(const QUuid &id, QString *error)
+{
+    assertMainThread();
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
+    query.addBindValue(idText(id));
+    if (!exec(query, "Could not pin the clipboard item", error))
+        return false;
+    if (query.numRowsAffected() == 0)
+        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    return true;
+}
+
+bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
+{
+    assertMainThread();
+    QSqlQuery query(m_database);
+    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
+    query.addBindValue(idText(id));
+    if (!exec(query, "Could not delete the clipboard item", error))
+        return false;
+    if (query.numRowsAffected() == 0)
+        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    return true;
+}
+
+bool ClipboardStore::clear(bool includingPinned, QString *error)
+{
+    assertMainThread();
+    return deleteWhere(includingPinned ? QString() : QStringLiteral("isPinned = 0"), {},
+                       "Could not clear the clipboard history", error);
+}
+
+bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingPinned, QString *error)
+{
+    assertMainThread();
+    const char *what = "Could not clear the recent clipboard history";
+    if (!cutoff.isValid())
+        return fail(error, QStringLiteral("%1: the cut-off time is not valid.").arg(QLatin1String(what)));
+    QString condition = QStringLiteral("timestamp >= ?");
+    if (!includingPinned)
+        condition += QStringLiteral(" AND isPinned = 0");
+    return deleteWhere(condition, {cutoff.toMSecsSinceEpoch()}, what, error);
+}
+
+bool ClipboardStore::deleteWhere(const QString &condition, const QVariantList &values, const char *what,
+                                 QString *error)
+{
+    // A single statement is its own transaction.
+    QSqlQuery query(m_database);
+    query.prepare(condition.isEmpty() ? QStringLiteral("DELETE FROM ClipboardRecord")
+                                      : QStringLiteral("DELETE FROM ClipboardRecord WHERE ") + condition);
+    for (const QVariant &value : values)
+        query.addBindValue(value);
+    if (!exec(query, what, error))
+        return false;
+    qCDebug(lcStore) << "Deleted" << query.numRowsAffected() << "clipboard records";
+    return true;
+}
