@@ -1,0 +1,133 @@
+#include "Platform/X11/X11KeystrokePoster.h"
+
+#include "App/Logging.h"
+
+#include <QGuiApplication>
+#include <QList>
+
+#include <xcb/xcb.h>
+#include <xcb/xcb_keysyms.h>
+#include <xcb/xtest.h>
+
+#include <cstdlib>
+
+namespace {
+
+constexpr xcb_keysym_t keysymControlL = 0xffe3;
+constexpr xcb_keysym_t keysymV = 0x0076;
+// Where V and Left Control sit in the evdev map, for keyboard maps that have no "v" at all.
+constexpr xcb_keycode_t evdevKeycodeV = 55;
+constexpr xcb_keycode_t evdevKeycodeControlL = 37;
+
+xcb_connection_t *x11Connection()
+{
+    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
+    return connection && !xcb_connection_has_error(connection) ? connection : nullptr;
+}
+
+xcb_keycode_t keycodeFor(xcb_key_symbols_t *symbols, xcb_keysym_t keysym)
+{
+    xcb_keycode_t *codes = xcb_key_symbols_get_keycode(symbols, keysym);
+    const xcb_keycode_t code = codes ? codes[0] : XCB_NO_SYMBOL;
+    std::free(codes);
+    return code;
+}
+
+bool inKeycodeRange(xcb_connection_t *connection, xcb_keycode_t code)
+{
+    const xcb_setup_t *setup = xcb_get_setup(connection);
+    return code != 0 && code >= setup->min_keycode && code <= setup->max_keycode;
+}
+
+// Keycodes bound to any modifier (Shift, Control, Super, Alt, …) that are down right now. A paste
+// fired from a global shortcut arrives while the user may still hold its modifiers, and the target
+// would see Super+Shift+Control+V instead of Control+V.
+QList<xcb_keycode_t> heldModifierKeycodes(xcb_connection_t *connection)
+{
+    const xcb_get_modifier_mapping_cookie_t mappingCookie = xcb_get_modifier_mapping(connection);
+    const xcb_query_keymap_cookie_t keymapCookie = xcb_query_keymap(connection);
+    xcb_get_modifier_mapping_reply_t *mapping = xcb_get_modifier_mapping_reply(connection, mappingCookie, nullptr);
+    xcb_query_keymap_reply_t *keymap = xcb_query_keymap_reply(connection, keymapCookie, nullptr);
+
+    QList<xcb_keycode_t> held;
+    if (mapping && keymap) {
+        const xcb_keycode_t *codes = xcb_get_modifier_mapping_keycodes(mapping);
+        const int count = xcb_get_modifier_mapping_keycodes_length(mapping);
+        for (int i = 0; i < count; ++i) {
+            const xcb_keycode_t code = codes[i];
+            if (code != 0 && (keymap->keys[code / 8] & (1u << (code % 8))) && !held.contains(code))
+                held.append(code);
+        }
+    }
+    std::free(mapping);
+    std::free(keymap);
+    return held;
+}
+
+void fakeKey(xcb_connection_t *connection, uint8_t type, xcb_keycode_t code)
+{
+    xcb_test_fake_input(connection, type, code, XCB_CURRENT_TIME, XCB_WINDOW_NONE, 0, 0, 0);
+}
+
+} // namespace
+
+X11KeystrokePoster::X11KeystrokePoster() = default;
+X11KeystrokePoster::~X11KeystrokePoster() = default;
+
+bool X11KeystrokePoster::isAvailable() const
+{
+    if (!m_available) {
+        xcb_connection_t *connection = x11Connection();
+        if (!connection)
+            return false;
+        const xcb_query_extension_reply_t *extension = xcb_get_extension_data(connection, &xcb_test_id);
+        m_available = extension && extension->present;
+        if (!*m_available)
+            qCWarning(lcPlatform) << "the X server has no XTEST extension; pasting needs the user's keystroke";
+    }
+    return *m_available;
+}
+
+bool X11KeystrokePoster::postPasteKeystroke()
+{
+    xcb_connection_t *connection = x11Connection();
+    if (!connection || !isAvailable())
+        return false;
+
+    xcb_key_symbols_t *symbols = xcb_key_symbols_alloc(connection);
+    if (!symbols)
+        return false;
+    xcb_keycode_t v = keycodeFor(symbols, keysymV);
+    xcb_keycode_t control = keycodeFor(symbols, keysymControlL);
+    xcb_key_symbols_free(symbols);
+
+    if (!inKeycodeRange(connection, v)) {
+        qCWarning(lcPlatform) << "no key types \"v\" in the current keyboard map; using the V position";
+        v = evdevKeycodeV;
+    }
+    if (!inKeycodeRange(connection, control))
+        control = evdevKeycodeControlL;
+    if (!inKeycodeRange(connection, v) || !inKeycodeRange(connection, control)) {
+        qCWarning(lcPlatform) << "no key codes for Control+V on this display";
+        return false;
+    }
+
+    const QList<xcb_keycode_t> held = heldModifierKeycodes(connection);
+    for (const xcb_keycode_t code : held)
+        fakeKey(connection, XCB_KEY_RELEASE, code);
+    if (!held.isEmpty())
+        qCDebug(lcPlatform) << "released held modifier keys" << held;
+
+    fakeKey(connection, XCB_KEY_PRESS, control);
+    fakeKey(connection, XCB_KEY_PRESS, v);
+    fakeKey(connection, XCB_KEY_RELEASE, v);
+    fakeKey(connection, XCB_KEY_RELEASE, control);
+
+    // A round trip makes sure the server has taken the events before we report success.
+    xcb_generic_error_t *error = nullptr;
+    std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), &error));
+    const bool ok = error == nullptr && !xcb_connection_has_error(connection);
+    std::free(error);
+    return ok;
+}
