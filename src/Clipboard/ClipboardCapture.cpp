@@ -1,0 +1,201 @@
+#include "Clipboard/ClipboardCapture.h"
+
+#include <QCryptographicHash>
+#include <QStringView>
+#include <QTextBoundaryFinder>
+
+namespace {
+
+constexpr int titleLimit = 72;
+constexpr int previewLimit = 140;
+
+// Ends of the first `count` grapheme clusters of `text` (fewer when the text is shorter), as a UTF-16
+// length, and how many clusters that is. Boundaries are found in a window that grows as needed, so a
+// multi-megabyte copy costs no more than its first few hundred characters.
+std::pair<qsizetype, int> graphemePrefix(QStringView text, int count)
+{
+    qsizetype window = std::min<qsizetype>(text.size(), qsizetype(count) * 4 + 64);
+    for (;;) {
+        const bool whole = window >= text.size();
+        QTextBoundaryFinder finder(QTextBoundaryFinder::Grapheme, text.left(window));
+        qsizetype end = 0;
+        int found = 0;
+        while (found < count) {
+            const qsizetype next = finder.toNextBoundary();
+            // A boundary at the window's edge may sit inside a cluster that continues beyond it; any
+            // boundary before the edge depends only on what precedes it and the one character after.
+            if (next == -1 || (!whole && next >= window))
+                break;
+            end = next;
+            ++found;
+        }
+        if (found == count || whole)
+            return {end, found};
+        window = std::min(text.size(), window * 2);
+    }
+}
+
+// Line breaks become single spaces; "\r\n" counts as one break, like it counts as one character.
+QString joinLines(QString text)
+{
+    text.replace(QLatin1String("\r\n"), QLatin1String(" "));
+    text.replace(QLatin1Char('\n'), QLatin1Char(' '));
+    text.replace(QLatin1Char('\r'), QLatin1Char(' '));
+    return text;
+}
+
+bool isHexDigit(QChar c)
+{
+    const char16_t u = c.unicode();
+    return (u >= u'0' && u <= u'9') || (u >= u'a' && u <= u'f') || (u >= u'A' && u <= u'F');
+}
+
+// "#" optional, then six or eight hexadecimal digits and nothing else.
+bool isColorCode(QStringView text)
+{
+    if (text.startsWith(QLatin1Char('#')))
+        text = text.mid(1);
+    if (text.size() != 6 && text.size() != 8)
+        return false;
+    return std::all_of(text.begin(), text.end(), isHexDigit);
+}
+
+bool containsSpaceOrControl(QStringView text)
+{
+    return std::any_of(text.begin(), text.end(), [](QChar c) {
+        return c.isSpace() || c.category() == QChar::Other_Control;
+    });
+}
+
+// A link is a single token that parses as a URL whose scheme, as typed, begins with "http". Text with
+// blanks or line breaks is prose even when it starts with an address ("https://x.org is down"), so it
+// is refused before parsing. Tolerant parsing then accepts what browsers and terminals leave unescaped
+// ("?a=1|2", "[x]") but still refuses broken hosts. QUrl lower-cases the scheme, so the prefix test runs
+// on the original characters: "HTTP://…" stays text.
+std::optional<QUrl> linkURL(const QString &trimmed)
+{
+    if (!trimmed.startsWith(QLatin1String("http")) || containsSpaceOrControl(trimmed))
+        return std::nullopt;
+    const QUrl url(trimmed, QUrl::TolerantMode);
+    if (!url.isValid() || url.scheme().isEmpty())
+        return std::nullopt;
+    // The scheme must be the "http…" we saw, not a relative reference such as "httpdocs/index.html".
+    if (!trimmed.startsWith(url.scheme() + QLatin1Char(':'), Qt::CaseInsensitive))
+        return std::nullopt;
+    return url;
+}
+
+QString withoutTrailingSlashes(QString path)
+{
+    while (path.size() > 1 && path.endsWith(QLatin1Char('/')))
+        path.chop(1);
+    return path;
+}
+
+QString lastPathComponent(const QString &path)
+{
+    if (path == QLatin1String("/"))
+        return path;
+    return path.mid(path.lastIndexOf(QLatin1Char('/')) + 1);
+}
+
+} // namespace
+
+std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &string, const QString &sourceAppName)
+{
+    const QString trimmed = string.trimmed();
+    if (trimmed.isEmpty())
+        return std::nullopt;
+
+    ClipboardCapture capture;
+    if (const auto url = linkURL(trimmed)) {
+        capture.type = ClipboardContentType::link;
+        const QString host = url->host();
+        capture.title = host.isEmpty() ? trimmed : host;
+    } else if (isColorCode(trimmed)) {
+        capture.type = ClipboardContentType::color;
+        capture.title = trimmed.toUpper();
+    } else {
+        capture.type = ClipboardContentType::text;
+        capture.title = shortened(trimmed, titleLimit);
+    }
+    capture.preview = shortened(trimmed, previewLimit);
+    capture.sourceAppName = sourceAppName;
+    capture.timestamp = QDateTime::currentDateTime();
+    capture.textContent = trimmed;
+    capture.fingerprint = makeFingerprint(capture.type, capture.textContent, {}, std::nullopt, std::nullopt);
+    return capture;
+}
+
+std::optional<ClipboardCapture> ClipboardCapture::fromFileURLs(const QList<QUrl> &urls,
+                                                               const QString &sourceAppName)
+{
+    QStringList urlStrings;
+    QStringList paths;
+    for (const QUrl &url : urls) {
+        if (!url.isLocalFile())
+            continue;
+        urlStrings.append(url.toString(QUrl::FullyEncoded));
+        paths.append(withoutTrailingSlashes(url.toLocalFile()));
+    }
+    if (urlStrings.isEmpty())
+        return std::nullopt;
+
+    ClipboardCapture capture;
+    capture.type = ClipboardContentType::file;
+    capture.title = paths.size() == 1 ? lastPathComponent(paths.first())
+                                      : QStringLiteral("%1 files").arg(paths.size());
+    capture.preview = paths.join(QLatin1Char('\n'));
+    capture.sourceAppName = sourceAppName;
+    capture.timestamp = QDateTime::currentDateTime();
+    capture.fileURLStrings = urlStrings;
+    capture.fingerprint = makeFingerprint(capture.type, std::nullopt, capture.fileURLStrings, std::nullopt,
+                                          std::nullopt);
+    return capture;
+}
+
+ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64 changeCount,
+                                             const QString &sourceAppName)
+{
+    ClipboardCapture capture;
+    capture.type = ClipboardContentType::image;
+    capture.title = QStringLiteral("Image");
+    capture.preview = QStringLiteral("Image copied to clipboard");
+    capture.sourceAppName = sourceAppName;
+    capture.timestamp = QDateTime::currentDateTime();
+    capture.imageBookmark = QStringLiteral("pasteboard-image-%1").arg(changeCount);
+    capture.imageData = imageData;
+    capture.fingerprint =
+        makeFingerprint(capture.type, std::nullopt, {}, capture.imageBookmark, capture.imageData);
+    return capture;
+}
+
+QString ClipboardCapture::makeFingerprint(ClipboardContentType type, const std::optional<QString> &textContent,
+                                          const QStringList &fileURLStrings,
+                                          const std::optional<QString> &imageBookmark,
+                                          const std::optional<QByteArray> &imageData)
+{
+    QString imageDigest;
+    if (type == ClipboardContentType::image) {
+        imageDigest = QString::fromLatin1(
+            QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex());
+    }
+    const QStringList components{rawValue(type), textContent.value_or(QString()),
+                                 fileURLStrings.join(QLatin1Char('\n')), imageBookmark.value_or(QString()),
+                                 imageDigest};
+    const QByteArray digest =
+        QCryptographicHash::hash(components.join(QLatin1Char('|')).toUtf8(), QCryptographicHash::Sha256);
+    return QString::fromLatin1(digest.toHex());
+}
+
+QString ClipboardCapture::shortened(const QString &text, int limit)
+{
+    limit = std::max(limit, 0);
+    const auto [prefixLength, count] = graphemePrefix(text, limit + 1);
+    const QString line = joinLines(text.left(prefixLength)).trimmed();
+    if (count <= limit)
+        return line;
+    // Joining lines can merge clusters (a space followed by a combining mark), so count again.
+    const qsizetype keep = graphemePrefix(line, limit).first;
+    return line.left(keep) + QLatin1String("...");
+}
