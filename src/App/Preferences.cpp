@@ -47,6 +47,7 @@ bool isNumber(const QVariant &value)
 {
     switch (value.typeId()) {
     case QMetaType::Double:
+    case QMetaType::Float:
     case QMetaType::Int:
     case QMetaType::LongLong:
     case QMetaType::UInt:
@@ -153,7 +154,7 @@ void Preferences::setString(const QString &key, const QString &value)
 void Preferences::setColor(const QString &key, const QColor &value)
 {
     const QColor rgb = value.toRgb().isValid() ? value.toRgb() : value;
-    write(key, QVariantList{rgb.redF(), rgb.greenF(), rgb.blueF(), rgb.alphaF()});
+    write(key, QVariantList{double(rgb.redF()), double(rgb.greenF()), double(rgb.blueF()), double(rgb.alphaF())});
 }
 
 void Preferences::write(const QString &key, const QVariant &value)

@@ -1,0 +1,80 @@
+#include "HalcyProcess.h"
+
+#include <QDeadlineTimer>
+#include <QDir>
+#include <QFile>
+#include <QTest>
+
+HalcyProcess::HalcyProcess(const QString &binary)
+    : m_binary(binary), m_environment(QProcessEnvironment::systemEnvironment())
+{
+    for (const char *sub : {"config", "data", "runtime"})
+        QDir(m_dir.path()).mkpath(QString::fromLatin1(sub));
+    QFile::setPermissions(m_dir.path() + QStringLiteral("/runtime"),
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
+    m_environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
+    m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_dir.path() + QStringLiteral("/runtime"));
+    m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
+    m_environment.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("halcy.*.info=true"));
+    m_process.setProcessChannelMode(QProcess::MergedChannels);
+    QObject::connect(&m_process, &QProcess::readyRead, [this] {
+        m_log += QString::fromLocal8Bit(m_process.readAll());
+    });
+}
+
+HalcyProcess::~HalcyProcess()
+{
+    if (m_process.state() != QProcess::NotRunning) {
+        m_process.terminate();
+        if (!m_process.waitForFinished(5000))
+            m_process.kill();
+        m_process.waitForFinished(2000);
+    }
+}
+
+bool HalcyProcess::start(int timeoutMs)
+{
+    m_process.setProcessEnvironment(m_environment);
+    m_process.start(m_binary, {});
+    if (!m_process.waitForStarted(timeoutMs))
+        return false;
+    QDeadlineTimer deadline(timeoutMs);
+    while (!deadline.hasExpired()) {
+        if (m_log.contains(QLatin1String(" started")))
+            return true;
+        if (m_process.state() == QProcess::NotRunning)
+            return false;
+        QTest::qWait(50);
+    }
+    return false;
+}
+
+int HalcyProcess::runClient(const QStringList &arguments, QString *output, int timeoutMs) const
+{
+    QProcess client;
+    client.setProcessEnvironment(m_environment);
+    client.setProcessChannelMode(QProcess::MergedChannels);
+    client.start(m_binary, arguments);
+    if (!client.waitForFinished(timeoutMs)) {
+        client.kill();
+        client.waitForFinished();
+        return -1;
+    }
+    if (output)
+        *output = QString::fromLocal8Bit(client.readAll());
+    return client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
+}
+
+bool HalcyProcess::waitForExit(int timeoutMs)
+{
+    QDeadlineTimer deadline(timeoutMs);
+    while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
+        QTest::qWait(50);
+    return m_process.state() == QProcess::NotRunning;
+}
+
+void HalcyProcess::terminate()
+{
+    m_process.terminate();
+}

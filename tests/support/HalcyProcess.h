@@ -1,0 +1,42 @@
+#pragma once
+
+#include <QProcess>
+#include <QProcessEnvironment>
+#include <QString>
+#include <QStringList>
+#include <QTemporaryDir>
+
+#include <memory>
+
+// The real halcy binary run by an integration test, with its own config, data and runtime directories
+// so that it never meets the user's files or another test's instance.
+class HalcyProcess final
+{
+public:
+    explicit HalcyProcess(const QString &binary);
+    ~HalcyProcess();
+
+    QProcessEnvironment environment() const { return m_environment; }
+    void setEnvironmentValue(const QString &name, const QString &value) { m_environment.insert(name, value); }
+    void removeEnvironmentValue(const QString &name) { m_environment.remove(name); }
+    QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
+    QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
+
+    // Starts the app and waits until it reports that it is up.
+    bool start(int timeoutMs = 15000);
+    // Runs `halcy ARGS` as a second launch against the same directories; returns its exit code.
+    int runClient(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000) const;
+    bool waitForExit(int timeoutMs = 10000);
+    void terminate();
+
+    QProcess &process() { return m_process; }
+    qint64 pid() const { return m_process.processId(); }
+    QString log() const { return m_log; }
+
+private:
+    QString m_binary;
+    QTemporaryDir m_dir;
+    QProcessEnvironment m_environment;
+    QProcess m_process;
+    QString m_log;
+};

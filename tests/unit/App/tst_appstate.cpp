@@ -1,0 +1,160 @@
+#include "App/AppState.h"
+#include "App/Preferences.h"
+#include "TestEnvironment.h"
+
+#include <QSignalSpy>
+#include <QTest>
+
+namespace {
+
+ClipboardHistoryEntry makeEntry(const QString &title, int minutesAgo, bool pinned = false)
+{
+    ClipboardHistoryEntry entry;
+    entry.id = QUuid::createUuid();
+    entry.title = title;
+    entry.preview = title;
+    entry.type = ClipboardContentType::text;
+    entry.sourceAppName = QStringLiteral("Editor");
+    entry.timestamp = QDateTime::currentDateTime().addSecs(-60 * minutesAgo);
+    entry.isPinned = pinned;
+    entry.textContent = title;
+    return entry;
+}
+
+QStringList titles(const ClipboardHistoryEntries &entries)
+{
+    QStringList result;
+    for (const auto &entry : entries)
+        result << entry.title;
+    return result;
+}
+
+} // namespace
+
+// The history list, search and selection as the hub sees them.
+class tst_AppState : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
+    std::unique_ptr<Preferences> m_preferences;
+    std::unique_ptr<AppState> m_state;
+    ClipboardHistoryEntries m_entries;
+
+private slots:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        m_preferences = std::make_unique<Preferences>();
+        m_state = std::make_unique<AppState>(m_preferences.get());
+        m_entries = {makeEntry(QStringLiteral("alpha release notes"), 1), makeEntry(QStringLiteral("beta"), 2),
+                     makeEntry(QStringLiteral("Alpha"), 3, true), makeEntry(QStringLiteral("gamma"), 4)};
+    }
+    void cleanup()
+    {
+        m_state.reset();
+        m_preferences.reset();
+        m_env.reset();
+    }
+
+    void applyingEntriesSelectsTheFirstVisibleOrThePreferred()
+    {
+        m_state->applyEntries({});
+        QVERIFY(m_state->selectedClipboardEntryID().isNull());
+
+        m_state->applyEntries(m_entries);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.first().id);
+
+        m_state->applyEntries(m_entries, m_entries.at(2).id);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(2).id);
+
+        m_state->setSearchQuery(QStringLiteral("gamma"));
+        m_state->applyEntries(m_entries);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(3).id);
+    }
+
+    void searchRecomputesTheVisibleList()
+    {
+        m_state->applyEntries(m_entries);
+        QSignalSpy visibleSpy(m_state.get(), &AppState::visibleClipboardEntriesChanged);
+
+        m_state->setSearchQuery(QStringLiteral("   \n"));
+        QCOMPARE(titles(m_state->visibleClipboardEntries()), titles(m_entries));
+
+        m_state->setSearchQuery(QStringLiteral("ALPHA"));
+        // Exact title (100) ranks above a title that only begins with the query (90).
+        QCOMPARE(titles(m_state->visibleClipboardEntries()),
+                 QStringList({QStringLiteral("Alpha"), QStringLiteral("alpha release notes")}));
+        QVERIFY(visibleSpy.count() >= 2);
+
+        m_state->setSearchQuery(QStringLiteral("zzz"));
+        QVERIFY(m_state->visibleClipboardEntries().isEmpty());
+
+        // New entries arriving while a search is active are filtered too.
+        m_state->setSearchQuery(QStringLiteral("delta"));
+        ClipboardHistoryEntries more = m_entries;
+        more.prepend(makeEntry(QStringLiteral("delta"), 0));
+        m_state->applyEntries(more);
+        QCOMPARE(titles(m_state->visibleClipboardEntries()), QStringList({QStringLiteral("delta")}));
+    }
+
+    void removingAnEntryKeepsOrderAndRepairsTheSelection()
+    {
+        m_state->applyEntries(m_entries, m_entries.at(1).id);
+        m_state->removeEntry(m_entries.at(1).id);
+        QCOMPARE(titles(m_state->clipboardEntries()),
+                 QStringList({QStringLiteral("alpha release notes"), QStringLiteral("Alpha"), QStringLiteral("gamma")}));
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
+
+        // Removing an unselected entry leaves the selection alone; an unknown id changes nothing.
+        m_state->removeEntry(m_entries.at(3).id);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
+        m_state->removeEntry(QUuid::createUuid());
+        QCOMPARE(m_state->clipboardEntries().size(), 2);
+
+        m_state->removeEntry(m_entries.at(0).id);
+        m_state->removeEntry(m_entries.at(2).id);
+        QVERIFY(m_state->selectedClipboardEntryID().isNull());
+    }
+
+    void pasteResultsBecomeStatusLines_data()
+    {
+        QTest::addColumn<int>("result");
+        QTest::addColumn<QString>("message");
+        QTest::addRow("pasted") << int(PasteResult::pasted) << QStringLiteral("Pasted");
+        QTest::addRow("copied only") << int(PasteResult::copiedOnly)
+                                     << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
+        QTest::addRow("cannot paste") << int(PasteResult::cannotPaste)
+                                      << QStringLiteral("This item cannot be pasted yet.");
+    }
+
+    void pasteResultsBecomeStatusLines()
+    {
+        QFETCH(int, result);
+        QFETCH(QString, message);
+        QSignalSpy spy(m_state.get(), &AppState::clipboardStatusMessageChanged);
+        m_state->applyPasteResult(PasteResult(result));
+        m_state->applyPasteResult(PasteResult(result));
+        QCOMPARE(m_state->clipboardStatusMessage(), message);
+        QCOMPARE(spy.count(), 2); // the same outcome twice is announced twice
+    }
+
+    void desktopCoverConfigurationFollowsPreferences()
+    {
+        QCOMPARE(m_state->desktopCoverConfiguration(), DesktopCoverConfiguration());
+        m_state->setHideDesktopFill(DesktopFill::solidInk);
+        m_state->setDesktopSolidColor(QColor(10, 200, 30));
+        m_state->setDesktopCoverConsumesClicks(false);
+        m_state->setDesktopDoubleClickToReveal(true);
+        const DesktopCoverConfiguration configuration = m_state->desktopCoverConfiguration();
+        QCOMPARE(configuration.fill, DesktopFill::solidInk);
+        QCOMPARE(configuration.solidColor, QColor(10, 200, 30));
+        QCOMPARE(configuration.consumesClicks, false);
+        QCOMPARE(configuration.doubleClickReveals, true);
+        QVERIFY(configuration != DesktopCoverConfiguration());
+    }
+};
+
+QTEST_GUILESS_MAIN(tst_AppState)
+#include "tst_appstate.moc"
