@@ -1,0 +1,66 @@
+#pragma once
+
+#include "Clipboard/ClipboardCapture.h"
+#include "Clipboard/ClipboardHistoryEntry.h"
+
+#include <QObject>
+#include <QPointer>
+#include <QString>
+#include <QStringList>
+
+#include <optional>
+
+class ClipboardStore;
+class FrontmostApplication;
+class Pasteboard;
+class QTimer;
+
+// What the monitor needs from the application state.
+class ClipboardMonitorDelegate
+{
+public:
+    virtual ~ClipboardMonitorDelegate() = default;
+    // Clipboard history switched on and not paused.
+    virtual bool isCaptureEnabled() const = 0;
+    virtual void publishEntries(const ClipboardHistoryEntries &entries) = 0;
+    virtual void reportStatus(const QString &message) = 0;
+};
+
+// Watches the clipboard and records every new content in the store. It reacts to the pasteboard's
+// change notification at once and also polls the change count every 0.45 s, so a missed notification
+// delays a capture but never loses it. GUI thread only.
+class ClipboardMonitor final : public QObject
+{
+    Q_OBJECT
+public:
+    static constexpr int pollIntervalMs = 450;
+
+    // Whatever the clipboard holds now counts as seen: it is not captured.
+    ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store, FrontmostApplication *frontmostApplication,
+                     ClipboardMonitorDelegate *delegate, QObject *parent = nullptr);
+    ~ClipboardMonitor() override;
+
+    // Starts polling; calling it again does nothing.
+    void start();
+    bool isStarted() const { return m_timer != nullptr; }
+    qint64 lastChangeCount() const { return m_lastChangeCount; }
+
+    // One step: when the change count moved, records the new content unless capture is off, or the
+    // content is Halcy's own, secret, transient or generated.
+    void poll();
+
+    // Whether a copy offering these types must not be recorded, decided before any data is read.
+    static bool isExcluded(const QStringList &types);
+
+private:
+    std::optional<ClipboardCapture> readCapture(const QStringList &types, qint64 changeCount) const;
+    std::optional<QByteArray> readImageAsPNG(const QStringList &types) const;
+    QString sourceAppName() const;
+
+    QPointer<Pasteboard> m_pasteboard;
+    QPointer<ClipboardStore> m_store;
+    FrontmostApplication *m_frontmostApplication;
+    ClipboardMonitorDelegate *m_delegate;
+    QTimer *m_timer = nullptr;
+    qint64 m_lastChangeCount = 0;
+};

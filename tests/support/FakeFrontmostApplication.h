@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Platform/FrontmostApplication.h"
+
+// Answers whatever name the test sets; "" plays "no active window".
+class FakeFrontmostApplication final : public FrontmostApplication
+{
+public:
+    explicit FakeFrontmostApplication(QString name = QStringLiteral("Text Editor")) : m_name(std::move(name)) {}
+
+    void setName(const QString &name) { m_name = name; }
+    int queries() const { return m_queries; }
+
+    QString name() const override
+    {
+        ++m_queries;
+        return m_name;
+    }
+
+private:
+    QString m_name;
+    mutable int m_queries = 0;
+};
