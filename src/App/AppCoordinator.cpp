@@ -5,6 +5,10 @@
 #include "App/Preferences.h"
 #include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
+#include "Clipboard/PasteService.h"
+#include "Platform/FrontmostApplication.h"
+#include "Platform/KeystrokePoster.h"
+#include "Platform/Pasteboard.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -24,13 +28,35 @@ AppCoordinator::Locations AppCoordinator::Locations::standard()
     return {Preferences::defaultPath(), ClipboardStore::defaultPath()};
 }
 
-AppCoordinator::AppCoordinator(const Locations &locations, QObject *parent) : AppCommanding(parent)
+AppCoordinator::Platform::Platform() = default;
+AppCoordinator::Platform::Platform(Platform &&) noexcept = default;
+AppCoordinator::Platform &AppCoordinator::Platform::operator=(Platform &&) noexcept = default;
+AppCoordinator::Platform::~Platform() = default;
+
+AppCoordinator::Platform AppCoordinator::Platform::createDefault()
+{
+    Platform platform;
+    platform.pasteboard = Pasteboard::createDefault();
+    platform.keystrokePoster = KeystrokePoster::createDefault();
+    platform.frontmostApplication = FrontmostApplication::createDefault();
+    return platform;
+}
+
+AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QObject *parent)
+    : AppCommanding(parent), m_platform(std::move(platform))
 {
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
+    m_pasteService =
+        std::make_unique<PasteService>(m_platform.pasteboard.get(), m_platform.keystrokePoster.get());
     openClipboardStore(locations.historyPath);
-    if (m_clipboardStore)
-        m_appState->applyEntries(m_clipboardStore->entries());
+    if (m_clipboardStore) {
+        // Seeded with the current change count: what is on the clipboard at launch is not new.
+        m_clipboardMonitor = std::make_unique<ClipboardMonitor>(
+            m_platform.pasteboard.get(), m_clipboardStore.get(), m_platform.frontmostApplication.get(),
+            static_cast<ClipboardMonitorDelegate *>(this));
+    }
+    m_appState->applyEntries(m_clipboardStore ? m_clipboardStore->entries() : ClipboardHistoryEntries());
     m_appState->setSelectedClipboardEntryID(QUuid());
 }
 
@@ -59,6 +85,8 @@ void AppCoordinator::start()
     if (m_statusItemController)
         return;
     m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this);
+    if (m_clipboardMonitor)
+        m_clipboardMonitor->start();
 }
 
 void AppCoordinator::shutdown()
@@ -67,6 +95,7 @@ void AppCoordinator::shutdown()
         return;
     m_shutDown = true;
     qCInfo(lcApp) << "Shutting down";
+    m_clipboardMonitor.reset();
     m_statusItemController.reset();
 }
 
@@ -95,16 +124,37 @@ void AppCoordinator::toggleDesktopCover()
     qCInfo(lcDesktop) << "Hide Desktop is not available in this build";
 }
 
+bool AppCoordinator::writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
+{
+    assertGuiThread();
+    m_appState->setSelectedClipboardEntryID(entry.id);
+    const std::optional<QByteArray> imageBytes =
+        m_clipboardStore ? m_clipboardStore->imageData(entry.id) : std::nullopt;
+    return m_pasteService->write(entry, mode, imageBytes);
+}
+
 void AppCoordinator::copyEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
 {
-    Q_UNUSED(mode);
-    m_appState->setSelectedClipboardEntryID(entry.id);
+    m_appState->setClipboardStatusMessage(writeEntry(entry, mode)
+                                              ? QStringLiteral("Copied to clipboard")
+                                              : QStringLiteral("This item could not be copied."));
 }
 
 void AppCoordinator::pasteEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
 {
-    Q_UNUSED(mode);
-    m_appState->setSelectedClipboardEntryID(entry.id);
+    const bool written = writeEntry(entry, mode);
+    // X delivers the keystroke to whatever has focus at once, so the hub goes away first and the
+    // keystroke lands in the application the user was in.
+    if (m_statusItemController)
+        m_statusItemController->closePopover();
+    PasteResult result = PasteResult::cannotPaste;
+    if (written) {
+        if (m_pasteService->canPostKeystrokes())
+            result = m_pasteService->postPasteKeystroke() ? PasteResult::pasted : PasteResult::copiedOnly;
+        else
+            result = PasteResult::copiedOnly;
+    }
+    m_appState->applyPasteResult(result);
 }
 
 void AppCoordinator::togglePin(const QUuid &entryID)
@@ -181,6 +231,21 @@ void AppCoordinator::openSettingsAtTab(SettingsTab tab)
 void AppCoordinator::refreshPermissions() {}
 
 void AppCoordinator::checkForUpdates() {}
+
+bool AppCoordinator::isCaptureEnabled() const
+{
+    return m_appState->clipboardEnabled() && !m_appState->clipboardPaused();
+}
+
+void AppCoordinator::publishEntries(const ClipboardHistoryEntries &entries)
+{
+    m_appState->setClipboardEntries(entries);
+}
+
+void AppCoordinator::reportStatus(const QString &message)
+{
+    m_appState->setClipboardStatusMessage(message);
+}
 
 void AppCoordinator::quit()
 {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/AppCommanding.h"
+#include "Clipboard/ClipboardMonitor.h"
 
 #include <QPointer>
 #include <QString>
@@ -9,11 +10,15 @@
 
 class AppState;
 class ClipboardStore;
+class FrontmostApplication;
+class KeystrokePoster;
+class Pasteboard;
+class PasteService;
 class Preferences;
 class StatusItemController;
 
 // Owns every service, builds them in a fixed order, and carries out every command. One per process.
-class AppCoordinator final : public AppCommanding
+class AppCoordinator final : public AppCommanding, private ClipboardMonitorDelegate
 {
     Q_OBJECT
 public:
@@ -25,9 +30,24 @@ public:
         static Locations standard();
     };
 
+    // The desktop behind the platform seam; tests hand in fakes.
+    struct Platform
+    {
+        std::unique_ptr<Pasteboard> pasteboard;
+        std::unique_ptr<KeystrokePoster> keystrokePoster;
+        std::unique_ptr<FrontmostApplication> frontmostApplication;
+        static Platform createDefault();
+
+        Platform();
+        Platform(Platform &&) noexcept;
+        Platform &operator=(Platform &&) noexcept;
+        ~Platform();
+    };
+
     static constexpr int clearRecentHistorySeconds = 1800;
 
-    explicit AppCoordinator(const Locations &locations = Locations::standard(), QObject *parent = nullptr);
+    explicit AppCoordinator(const Locations &locations = Locations::standard(),
+                            Platform platform = Platform::createDefault(), QObject *parent = nullptr);
     ~AppCoordinator() override;
 
     // Brings the interface up; a second call does nothing.
@@ -37,6 +57,7 @@ public:
 
     AppState *appState() const { return m_appState.get(); }
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
+    ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
 
     void toggleHub() override;
@@ -57,10 +78,19 @@ public:
 private:
     void openClipboardStore(const QString &historyPath);
     void reloadEntries();
+    bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);
 
+    // ClipboardMonitorDelegate
+    bool isCaptureEnabled() const override;
+    void publishEntries(const ClipboardHistoryEntries &entries) override;
+    void reportStatus(const QString &message) override;
+
+    Platform m_platform;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
+    std::unique_ptr<PasteService> m_pasteService;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
+    std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
     bool m_shutDown = false;
 };

@@ -1,0 +1,276 @@
+#include "App/AppCoordinator.h"
+#include "App/AppState.h"
+#include "App/StatusItemController.h"
+#include "Clipboard/ClipboardStore.h"
+#include "FakeFrontmostApplication.h"
+#include "FakeKeystrokePoster.h"
+#include "FakePasteboard.h"
+#include "TestEnvironment.h"
+
+#include <QBuffer>
+#include <QDir>
+#include <QFileInfo>
+#include <QImage>
+#include <QRegularExpression>
+#include <QFile>
+#include <QMimeData>
+#include <QSignalSpy>
+#include <QTest>
+
+// Commands as the hub, the tray and the shortcuts call them, against fakes of the desktop.
+class tst_AppCoordinator : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
+    FakePasteboard *m_pasteboard = nullptr;
+    FakeKeystrokePoster *m_keystrokes = nullptr;
+    std::unique_ptr<AppCoordinator> m_coordinator;
+
+    AppCoordinator::Locations locations() const
+    {
+        return {m_env->configHome() + QStringLiteral("/Halcy/settings.json"),
+                m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite")};
+    }
+
+    void makeCoordinator()
+    {
+        AppCoordinator::Platform platform;
+        auto pasteboard = std::make_unique<FakePasteboard>();
+        auto keystrokes = std::make_unique<FakeKeystrokePoster>();
+        m_pasteboard = pasteboard.get();
+        m_keystrokes = keystrokes.get();
+        platform.pasteboard = std::move(pasteboard);
+        platform.keystrokePoster = std::move(keystrokes);
+        platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
+        m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+    }
+
+    AppState *state() const { return m_coordinator->appState(); }
+
+    // Another application copies and the monitor takes it in.
+    void copyElsewhere(const QString &text)
+    {
+        m_pasteboard->copyText(text);
+        m_coordinator->clipboardMonitor()->poll();
+    }
+
+    ClipboardHistoryEntry entryTitled(const QString &title) const
+    {
+        for (const auto &entry : state()->clipboardEntries()) {
+            if (entry.title == title)
+                return entry;
+        }
+        return {};
+    }
+
+private slots:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        makeCoordinator();
+    }
+    void cleanup()
+    {
+        m_coordinator.reset();
+        m_env.reset();
+    }
+
+    void startIsIdempotentAndLaunchContentIsNotCaptured()
+    {
+        m_coordinator.reset();
+        m_env = std::make_unique<TestEnvironment>();
+        makeCoordinator();
+        m_pasteboard->copyText(QStringLiteral("copied before launch"));
+        m_coordinator.reset();
+        // A clipboard that already holds something when Halcy starts.
+        AppCoordinator::Platform platform;
+        auto pasteboard = std::make_unique<FakePasteboard>();
+        pasteboard->copyText(QStringLiteral("copied before launch"));
+        m_pasteboard = pasteboard.get();
+        platform.pasteboard = std::move(pasteboard);
+        platform.keystrokePoster = std::make_unique<FakeKeystrokePoster>();
+        platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
+        m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+
+        m_coordinator->start();
+        StatusItemController *first = m_coordinator->statusItemController();
+        m_coordinator->start();
+        QCOMPARE(m_coordinator->statusItemController(), first);
+        QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
+
+        m_coordinator->clipboardMonitor()->poll();
+        QVERIFY(state()->clipboardEntries().isEmpty());
+        copyElsewhere(QStringLiteral("copied after launch"));
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+    }
+
+    void historyIsLoadedAtLaunchWithoutSelection()
+    {
+        copyElsewhere(QStringLiteral("one"));
+        copyElsewhere(QStringLiteral("two"));
+        m_coordinator.reset();
+        makeCoordinator();
+        QCOMPARE(state()->clipboardEntries().size(), 2);
+        QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("two"));
+        QVERIFY(state()->selectedClipboardEntryID().isNull());
+        QVERIFY(state()->clipboardStatusMessage().isNull());
+    }
+
+    void copyWritesTheEntryWithTheMarker()
+    {
+        copyElsewhere(QStringLiteral("  padded text \n"));
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+
+        m_coordinator->copyEntry(entry, PasteMode::plainText);
+        QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste")), QByteArray("1"));
+
+        // Our own write is not captured again.
+        m_coordinator->clipboardMonitor()->poll();
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+
+        ClipboardHistoryEntry broken = entry;
+        broken.id = QUuid::createUuid();
+        broken.type = ClipboardContentType::image;
+        broken.textContent.reset();
+        m_coordinator->copyEntry(broken, PasteMode::formatted);
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
+    }
+
+    void pasteReportsWhatHappened_data()
+    {
+        QTest::addColumn<bool>("keystrokesAvailable");
+        QTest::addColumn<bool>("entryWritable");
+        QTest::addColumn<int>("expectedPosts");
+        QTest::addColumn<QString>("message");
+        QTest::addRow("pasted") << true << true << 1 << QStringLiteral("Pasted");
+        QTest::addRow("no XTest: copied only")
+            << false << true << 0 << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
+        QTest::addRow("nothing to write") << true << false << 0 << QStringLiteral("This item cannot be pasted yet.");
+    }
+
+    void pasteReportsWhatHappened()
+    {
+        QFETCH(bool, keystrokesAvailable);
+        QFETCH(bool, entryWritable);
+        QFETCH(int, expectedPosts);
+        QFETCH(QString, message);
+
+        copyElsewhere(QStringLiteral("hello"));
+        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        if (!entryWritable) {
+            entry.type = ClipboardContentType::image;
+            entry.textContent.reset();
+        }
+        m_keystrokes->setAvailable(keystrokesAvailable);
+        m_coordinator->pasteEntry(entry, PasteMode::formatted);
+        QCOMPARE(m_keystrokes->posts(), expectedPosts);
+        QCOMPARE(state()->clipboardStatusMessage(), message);
+        if (entryWritable)
+            QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("hello"));
+    }
+
+    void imageEntriesPasteTheStoredBytes()
+    {
+        QImage image(4, 3, QImage::Format_RGB32);
+        image.fill(Qt::green);
+        QByteArray png;
+        QBuffer buffer(&png);
+        buffer.open(QIODevice::WriteOnly);
+        image.save(&buffer, "PNG");
+        m_pasteboard->copy({{QStringLiteral("image/png"), png}});
+        m_coordinator->clipboardMonitor()->poll();
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        QCOMPARE(entry.type, ClipboardContentType::image);
+
+        m_coordinator->copyEntry(entry, PasteMode::formatted);
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
+    }
+
+    void historyCommandsKeepPinnedEntries()
+    {
+        copyElsewhere(QStringLiteral("keep me"));
+        copyElsewhere(QStringLiteral("drop me"));
+        copyElsewhere(QStringLiteral("and me"));
+        m_coordinator->togglePin(entryTitled(QStringLiteral("keep me")).id);
+        QVERIFY(entryTitled(QStringLiteral("keep me")).isPinned);
+
+        m_coordinator->deleteEntry(entryTitled(QStringLiteral("and me")).id);
+        QCOMPARE(state()->clipboardEntries().size(), 2);
+
+        m_coordinator->clearRecentHistory();
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Recent history cleared."));
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+
+        copyElsewhere(QStringLiteral("new"));
+        m_coordinator->clearHistory();
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("History cleared. Pinned items kept."));
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+        QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("keep me"));
+    }
+
+    void pausedOrDisabledCopiesAreNeverCapturedLater()
+    {
+        state()->setClipboardPaused(true);
+        copyElsewhere(QStringLiteral("while paused"));
+        state()->setClipboardPaused(false);
+        m_coordinator->clipboardMonitor()->poll();
+        QVERIFY(state()->clipboardEntries().isEmpty());
+
+        state()->setClipboardEnabled(false);
+        copyElsewhere(QStringLiteral("while off"));
+        state()->setClipboardEnabled(true);
+        m_coordinator->clipboardMonitor()->poll();
+        QVERIFY(state()->clipboardEntries().isEmpty());
+
+        copyElsewhere(QStringLiteral("back on"));
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+    }
+
+    void unreadableHistoryFallsBackToMemoryAndIsLeftAlone()
+    {
+        m_coordinator.reset();
+        const QString path = locations().historyPath;
+        QDir().mkpath(QFileInfo(path).absolutePath());
+        const QByteArray garbage("this is not a database, but the user's bytes all the same\n");
+        {
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::WriteOnly));
+            file.write(garbage);
+        }
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression(QStringLiteral("^Persistent store unavailable, running in-memory: .+")));
+        makeCoordinator();
+        QCOMPARE(state()->clipboardStatusMessage(),
+                 QStringLiteral("Clipboard history is running without persistence."));
+        QVERIFY(!m_coordinator->clipboardStore()->isPersistent());
+
+        copyElsewhere(QStringLiteral("kept in memory"));
+        QCOMPARE(state()->clipboardEntries().size(), 1);
+        m_coordinator.reset();
+
+        QFile file(path);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QCOMPARE(file.readAll(), garbage);
+    }
+
+    void disabledToolsIgnoreTheirCommands()
+    {
+        state()->setMirrorEnabled(false);
+        state()->setDesktopEnabled(false);
+        QSignalSpy mirrorSpy(state(), &AppState::mirrorOpenChanged);
+        QSignalSpy desktopSpy(state(), &AppState::desktopHiddenChanged);
+        m_coordinator->toggleMirror();
+        m_coordinator->toggleDesktopCover();
+        QCOMPARE(mirrorSpy.count(), 0);
+        QCOMPARE(desktopSpy.count(), 0);
+    }
+};
+
+QTEST_MAIN(tst_AppCoordinator)
+#include "tst_appcoordinator.moc"
