@@ -1,0 +1,119 @@
+// Another application for the clipboard tests: takes the CLIPBOARD selection with several targets at
+// once and stays its owner until killed or until standard input closes.
+//
+//   clipboard_peer [--text T] [--type NAME=VALUE]... [--uri-list URL]... [--data MIME=FILE]... [--stdin]
+//
+// Prints "ready" once it owns the clipboard. With --stdin, every further line read is copied as plain
+// text and answered with "copied <steady clock ns>", taken right after the clipboard was set.
+#include <QByteArray>
+#include <QClipboard>
+#include <QFile>
+#include <QGuiApplication>
+#include <QMimeData>
+#include <QSocketNotifier>
+#include <QStringList>
+
+#include <chrono>
+#include <cstdio>
+#include <unistd.h>
+
+namespace {
+
+qint64 steadyNanoseconds()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+void say(const QByteArray &line)
+{
+    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
+    std::fputc('\n', stdout);
+    std::fflush(stdout);
+}
+
+[[noreturn]] void usage(const char *problem)
+{
+    std::fprintf(stderr, "clipboard_peer: %s\n", problem);
+    std::exit(2);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    QGuiApplication app(argc, argv);
+    const QStringList args = app.arguments().mid(1);
+
+    auto mime = new QMimeData;
+    QByteArrayList uris;
+    bool readStdin = false;
+    for (qsizetype i = 0; i < args.size(); ++i) {
+        const QString &arg = args.at(i);
+        if (arg == QLatin1String("--stdin")) {
+            readStdin = true;
+            continue;
+        }
+        if (i + 1 >= args.size())
+            usage("option needs a value");
+        const QString value = args.at(++i);
+        if (arg == QLatin1String("--text")) {
+            mime->setText(value);
+        } else if (arg == QLatin1String("--uri-list")) {
+            uris.append(value.toUtf8());
+        } else if (arg == QLatin1String("--type") || arg == QLatin1String("--data")) {
+            const qsizetype equals = value.indexOf(QLatin1Char('='));
+            if (equals <= 0)
+                usage("expected NAME=VALUE");
+            const QString name = value.left(equals);
+            QByteArray bytes = value.mid(equals + 1).toUtf8();
+            if (arg == QLatin1String("--data")) {
+                QFile file(QString::fromUtf8(bytes));
+                if (!file.open(QIODevice::ReadOnly))
+                    usage("cannot read data file");
+                bytes = file.readAll();
+            }
+            mime->setData(name, bytes);
+        } else {
+            usage("unknown option");
+        }
+    }
+    if (!uris.isEmpty())
+        mime->setData(QStringLiteral("text/uri-list"), uris.join("\r\n") + "\r\n");
+
+    QClipboard *clipboard = QGuiApplication::clipboard();
+    if (!mime->formats().isEmpty()) {
+        clipboard->setMimeData(mime, QClipboard::Clipboard);
+        if (!clipboard->ownsClipboard())
+            usage("could not take the clipboard");
+    } else {
+        delete mime;
+    }
+    say("ready");
+
+    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
+    QByteArray pending;
+    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
+        char buffer[4096];
+        const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
+        if (n <= 0) {
+            input.setEnabled(false);
+            QGuiApplication::quit();
+            return;
+        }
+        if (!readStdin)
+            return;
+        pending.append(buffer, n);
+        qsizetype newline;
+        while ((newline = pending.indexOf('\n')) >= 0) {
+            const QByteArray line = pending.left(newline);
+            pending.remove(0, newline + 1);
+            auto text = new QMimeData;
+            text->setText(QString::fromUtf8(line));
+            clipboard->setMimeData(text, QClipboard::Clipboard);
+            say("copied " + QByteArray::number(steadyNanoseconds()));
+        }
+    });
+    return app.exec();
+}
