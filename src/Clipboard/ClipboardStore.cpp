@@ -23,11 +23,10 @@ namespace {
 
 constexpr QFileDevice::Permissions ownerOnlyFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
 constexpr QFileDevice::Permissions ownerOnlyDirectory = ownerOnlyFile | QFileDevice::ExeOwner;
-constexpr QFileDevice::Permissions modeBits = QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                              QFileDevice::ExeOwner | QFileDevice::ReadGroup |
-                                              QFileDevice::WriteGroup | QFileDevice::ExeGroup |
-                                              QFileDevice::ReadOther | QFileDevice::WriteOther |
-                                              QFileDevice::ExeOther;
+constexpr QFileDevice::Permissions modeBits =
+    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadGroup |
+    QFileDevice::WriteGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::WriteOther |
+    QFileDevice::ExeOther;
 
 // Small enough that a second instance holding the lock cannot freeze the interface for long.
 constexpr int busyTimeoutMs = 500;
@@ -41,17 +40,26 @@ const QString metadataTable = QStringLiteral("metadata");
 const QString versionKey = QStringLiteral("schemaVersion");
 
 const QStringList recordColumns = {
-    QStringLiteral("id"),          QStringLiteral("title"),          QStringLiteral("preview"),
-    QStringLiteral("typeRawValue"), QStringLiteral("sourceAppName"), QStringLiteral("timestamp"),
-    QStringLiteral("isPinned"),    QStringLiteral("fingerprint"),    QStringLiteral("textContent"),
-    QStringLiteral("fileURLStrings"), QStringLiteral("imageBookmark"), QStringLiteral("imageData"),
+    QStringLiteral("id"),
+    QStringLiteral("title"),
+    QStringLiteral("preview"),
+    QStringLiteral("typeRawValue"),
+    QStringLiteral("sourceAppName"),
+    QStringLiteral("timestamp"),
+    QStringLiteral("isPinned"),
+    QStringLiteral("fingerprint"),
+    QStringLiteral("textContent"),
+    QStringLiteral("fileURLStrings"),
+    QStringLiteral("imageBookmark"),
+    QStringLiteral("imageData"),
 };
 
 // Everything an entry shows; the image bytes are left on disk.
 const QString entryColumns = QStringLiteral(
     "id, title, preview, typeRawValue, sourceAppName, timestamp, isPinned, textContent, fileURLStrings, "
     "imageBookmark");
-enum EntryColumn {
+enum EntryColumn
+{
     colId,
     colTitle,
     colPreview,
@@ -187,7 +195,12 @@ QString idText(const QUuid &id)
     return id.toString(QUuid::WithoutBraces);
 }
 
-enum class SchemaState { empty, current, older };
+enum class SchemaState
+{
+    empty,
+    current,
+    older
+};
 
 // Works on a read-only connection too: it only reads.
 bool inspectSchema(QSqlDatabase &database, const QString &displayPath, SchemaState *state, QString *version,
@@ -272,8 +285,8 @@ bool createSchema(QSqlDatabase &database, QString *error)
                 QStringLiteral("CREATE INDEX ClipboardRecord_fingerprint ON ClipboardRecord (fingerprint)"),
                 what, error) &&
            exec(database,
-                QStringLiteral("CREATE INDEX ClipboardRecord_timestamp ON ClipboardRecord (timestamp)"),
-                what, error);
+                QStringLiteral("CREATE INDEX ClipboardRecord_timestamp ON ClipboardRecord (timestamp)"), what,
+                error);
 }
 
 bool writeVersion(QSqlDatabase &database, const QString &version, QString *error)
@@ -351,7 +364,8 @@ bool validateExisting(const QString &path, SchemaState *state, QString *error)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly))
-        return fail(error, QStringLiteral("The history file %1 cannot be read: %2").arg(path, file.errorString()));
+        return fail(error,
+                    QStringLiteral("The history file %1 cannot be read: %2").arg(path, file.errorString()));
     if (file.size() == 0) {
         // Left behind by a start that was interrupted before SQLite wrote anything.
         *state = SchemaState::empty;
@@ -360,17 +374,20 @@ bool validateExisting(const QString &path, SchemaState *state, QString *error)
     const QByteArray header = file.read(sqliteHeader.size());
     file.close();
     if (header != sqliteHeader)
-        return fail(error, QStringLiteral("The file %1 is not a Halcy clipboard history; it was left as it is.")
-                               .arg(path));
+        return fail(
+            error,
+            QStringLiteral("The file %1 is not a Halcy clipboard history; it was left as it is.").arg(path));
 
     const bool hasLog = QFileInfo::exists(path + QStringLiteral("-wal"));
     const QString connectionName = newConnectionName("check");
     bool ok = false;
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
-        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=%1")
-                                       .arg(busyTimeoutMs));
-        database.setDatabaseName(sqliteURI(path, hasLog ? QStringLiteral("mode=ro") : QStringLiteral("immutable=1")));
+        database.setConnectOptions(
+            QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=%1")
+                .arg(busyTimeoutMs));
+        database.setDatabaseName(
+            sqliteURI(path, hasLog ? QStringLiteral("mode=ro") : QStringLiteral("immutable=1")));
         if (!database.open()) {
             fail(error, QStringLiteral("The history file %1 cannot be opened: %2")
                             .arg(path, database.lastError().text()));
@@ -384,10 +401,15 @@ bool validateExisting(const QString &path, SchemaState *state, QString *error)
     return ok;
 }
 
+// Takes away what group and others may do; what the owner may do is left as the owner set it.
 void restrictPermissions(const QString &path)
 {
     QFile file(path);
-    if (file.exists() && (file.permissions() & modeBits) != ownerOnlyFile && !file.setPermissions(ownerOnlyFile))
+    if (!file.exists())
+        return;
+    const QFileDevice::Permissions current = file.permissions() & modeBits;
+    const QFileDevice::Permissions restricted = current & ownerOnlyDirectory;
+    if (current != restricted && !file.setPermissions(restricted))
         qCWarning(lcStore) << "Could not restrict the permissions of" << path;
 }
 
@@ -428,7 +450,8 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
 
     if (!QFileInfo(directory).isDir()) {
         if (!QDir().mkpath(directory)) {
-            fail(error, QStringLiteral("The folder %1 for the clipboard history cannot be created.").arg(directory));
+            fail(error,
+                 QStringLiteral("The folder %1 for the clipboard history cannot be created.").arg(directory));
             return nullptr;
         }
         QFile::setPermissions(directory, ownerOnlyDirectory);
@@ -444,6 +467,12 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
         SchemaState state = SchemaState::empty;
         if (!validateExisting(absolutePath, &state, error))
             return nullptr;
+        // Checked up front: SQLite would otherwise open read-only and leave its log files behind.
+        if (!info.isWritable() || !QFileInfo(directory).isWritable()) {
+            fail(error,
+                 QStringLiteral("The clipboard history at %1 cannot be written to.").arg(absolutePath));
+            return nullptr;
+        }
         restrictPermissions(absolutePath);
         restrictPermissions(absolutePath + QStringLiteral("-wal"));
         restrictPermissions(absolutePath + QStringLiteral("-shm"));
@@ -458,7 +487,8 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
         created = true;
     }
 
-    std::unique_ptr<ClipboardStore> store(new ClipboardStore(newConnectionName("rw"), absolutePath, historyLimit));
+    std::unique_ptr<ClipboardStore> store(
+        new ClipboardStore(newConnectionName("rw"), absolutePath, historyLimit));
     if (!store->connect(error) || !store->prepareSchema(error)) {
         store.reset();
         if (created) {
@@ -474,7 +504,8 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
 std::unique_ptr<ClipboardStore> ClipboardStore::openInMemory(int historyLimit, QString *error)
 {
     assertMainThread();
-    std::unique_ptr<ClipboardStore> store(new ClipboardStore(newConnectionName("memory"), QString(), historyLimit));
+    std::unique_ptr<ClipboardStore> store(
+        new ClipboardStore(newConnectionName("memory"), QString(), historyLimit));
     if (!store->connect(error) || !store->prepareSchema(error))
         return nullptr;
     return store;
@@ -505,14 +536,17 @@ bool ClipboardStore::connect(QString *error)
     m_database.setDatabaseName(m_persistent ? m_path : QStringLiteral(":memory:"));
     m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
     if (!m_database.open())
-        return fail(error, QStringLiteral("The clipboard history cannot be opened: %1")
-                               .arg(m_database.lastError().text()));
+        return fail(
+            error,
+            QStringLiteral("The clipboard history cannot be opened: %1").arg(m_database.lastError().text()));
 
     // Only takes effect on a new file; freed pages are then returned to the file system at each commit.
-    if (!exec(m_database, QStringLiteral("PRAGMA auto_vacuum = FULL"), "Could not configure the history", error))
+    if (!exec(m_database, QStringLiteral("PRAGMA auto_vacuum = FULL"), "Could not configure the history",
+              error))
         return false;
     // Deleted clips may be passwords: overwrite their bytes instead of leaving them in free pages.
-    if (!exec(m_database, QStringLiteral("PRAGMA secure_delete = ON"), "Could not configure the history", error))
+    if (!exec(m_database, QStringLiteral("PRAGMA secure_delete = ON"), "Could not configure the history",
+              error))
         return false;
     if (!m_persistent)
         return true;
@@ -544,7 +578,8 @@ bool ClipboardStore::prepareSchema(QString *error)
     // Checked again under the write lock: another instance may have changed the file since validation.
     SchemaState state = SchemaState::empty;
     QString version;
-    if (!inspectSchema(m_database, m_persistent ? m_path : QStringLiteral(":memory:"), &state, &version, error))
+    if (!inspectSchema(m_database, m_persistent ? m_path : QStringLiteral(":memory:"), &state, &version,
+                       error))
         return false;
     switch (state) {
     case SchemaState::empty:
@@ -578,7 +613,8 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
     {
         QSqlQuery existing(m_database);
         existing.setForwardOnly(true);
-        existing.prepare(QStringLiteral("SELECT id, isPinned FROM ClipboardRecord WHERE fingerprint = ? LIMIT 1"));
+        existing.prepare(
+            QStringLiteral("SELECT id, isPinned FROM ClipboardRecord WHERE fingerprint = ? LIMIT 1"));
         existing.addBindValue(capture.fingerprint);
         if (!exec(existing, what, error))
             return false;
@@ -590,14 +626,16 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
     if (id.isEmpty())
         id = idText(QUuid::createUuid());
 
-    const QDateTime timestamp = capture.timestamp.isValid() ? capture.timestamp : QDateTime::currentDateTimeUtc();
+    const QDateTime timestamp =
+        capture.timestamp.isValid() ? capture.timestamp : QDateTime::currentDateTimeUtc();
 
     // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties with
     // records captured in the same millisecond.
     QSqlQuery write(m_database);
-    write.prepare(QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
-                                 "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
-                                 "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+    write.prepare(
+        QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
+                       "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
+                       "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
     write.addBindValue(id);
     write.addBindValue(nonNull(capture.title));
     write.addBindValue(nonNull(capture.preview));
@@ -620,14 +658,16 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
 bool ClipboardStore::trim(QString *error)
 {
     QSqlQuery query(m_database);
-    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE rowid IN (SELECT rowid FROM ClipboardRecord "
-                                 "WHERE isPinned = 0 %1 LIMIT -1 OFFSET ?)")
-                      .arg(newestFirst));
+    query.prepare(
+        QStringLiteral("DELETE FROM ClipboardRecord WHERE rowid IN (SELECT rowid FROM ClipboardRecord "
+                       "WHERE isPinned = 0 %1 LIMIT -1 OFFSET ?)")
+            .arg(newestFirst));
     query.addBindValue(m_historyLimit);
     if (!exec(query, "Could not trim the clipboard history", error))
         return false;
     if (query.numRowsAffected() > 0)
-        qCDebug(lcStore) << "Trimmed" << query.numRowsAffected() << "records beyond the limit of" << m_historyLimit;
+        qCDebug(lcStore) << "Trimmed" << query.numRowsAffected() << "records beyond the limit of"
+                         << m_historyLimit;
     return true;
 }
 
@@ -658,7 +698,8 @@ std::optional<ClipboardRecord> ClipboardStore::record(const QUuid &id, QString *
     assertMainThread();
     QSqlQuery query(m_database);
     query.setForwardOnly(true);
-    query.prepare(QStringLiteral("SELECT %1, fingerprint, imageData FROM ClipboardRecord WHERE id = ?").arg(entryColumns));
+    query.prepare(QStringLiteral("SELECT %1, fingerprint, imageData FROM ClipboardRecord WHERE id = ?")
+                      .arg(entryColumns));
     query.addBindValue(idText(id));
     if (!exec(query, "Could not read the clipboard item", error) || !query.next())
         return std::nullopt;
@@ -678,7 +719,8 @@ std::optional<QByteArray> ClipboardStore::imageData(const QUuid &id, QString *er
     query.setForwardOnly(true);
     query.prepare(QStringLiteral("SELECT imageData FROM ClipboardRecord WHERE id = ?"));
     query.addBindValue(idText(id));
-    if (!exec(query, "Could not read the image of the clipboard item", error) || !query.next() || query.isNull(0))
+    if (!exec(query, "Could not read the image of the clipboard item", error) || !query.next() ||
+        query.isNull(0))
         return std::nullopt;
     return query.value(0).toByteArray();
 }

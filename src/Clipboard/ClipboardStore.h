@@ -49,7 +49,8 @@ public:
 
     // Opens (creating when missing) the database at `path`. Fails without touching a file that is not a
     // history database or was written with a newer schema.
-    static std::unique_ptr<ClipboardStore> open(const QString &path, int historyLimit, QString *error = nullptr);
+    static std::unique_ptr<ClipboardStore> open(const QString &path, int historyLimit,
+                                                QString *error = nullptr);
     // Never fails short of SQLite itself missing.
     static std::unique_ptr<ClipboardStore> openInMemory(int historyLimit, QString *error = nullptr);
 

@@ -33,8 +33,8 @@ ClipboardCapture makeCapture(const QString &label, quint64 number, bool withImag
         capture.type = ClipboardContentType::text;
         capture.textContent = text;
     }
-    capture.fingerprint = QString::fromLatin1(
-        QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256).toHex());
+    capture.fingerprint =
+        QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256).toHex());
     return capture;
 }
 

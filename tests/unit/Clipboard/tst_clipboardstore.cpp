@@ -67,7 +67,8 @@ ClipboardCapture sampleCapture(const QString &kind)
         files.type = ClipboardContentType::file;
         files.sourceAppName = QStringLiteral("Files");
         files.timestamp = when;
-        files.fileURLStrings = {QStringLiteral("file:///tmp/a\nb.txt"), QStringLiteral("file:///tmp/\"q\" \\ [x], y.txt"),
+        files.fileURLStrings = {QStringLiteral("file:///tmp/a\nb.txt"),
+                                QStringLiteral("file:///tmp/\"q\" \\ [x], y.txt"),
                                 QStringLiteral("file:///tmp/ünï code.txt"), QString()};
         files.fingerprint = fingerprintOf(files.fileURLStrings.join(QLatin1Char('\n')));
         return files;
@@ -86,7 +87,8 @@ ClipboardCapture sampleCapture(const QString &kind)
         anonymous.preview = QString();
         return anonymous;
     }
-    return textCapture(QStringLiteral("first line\nsecond \U0001F600 line\r\nnul:") + QChar(0) + QStringLiteral("end"),
+    return textCapture(QStringLiteral("first line\nsecond \U0001F600 line\r\nnul:") + QChar(0) +
+                           QStringLiteral("end"),
                        when);
 }
 
@@ -151,7 +153,9 @@ private:
 
 mode_t modeOf(const QString &path)
 {
-    struct stat info {};
+    struct stat info
+    {
+    };
     if (::stat(QFile::encodeName(path).constData(), &info) != 0)
         return 0;
     return info.st_mode & 07777;
@@ -168,7 +172,8 @@ private:
     {
         return m_environment.root() + QStringLiteral("/case-%1/history.sqlite").arg(++m_caseCounter);
     }
-    std::unique_ptr<ClipboardStore> openStore(const QString &path, int limit = ClipboardStore::defaultHistoryLimit)
+    std::unique_ptr<ClipboardStore> openStore(const QString &path,
+                                              int limit = ClipboardStore::defaultHistoryLimit)
     {
         QString error;
         auto store = ClipboardStore::open(path, limit, &error);
@@ -181,18 +186,14 @@ private:
     int m_caseCounter = 0;
 
 private slots:
-    void defaultPathIsUnderTheDataHome()
-    {
-        QCOMPARE(ClipboardStore::defaultPath(), m_environment.dataHome() + QStringLiteral("/Halcy/history.sqlite"));
-    }
-
     void opensTheDefaultPathCreatingItsFolder()
     {
         QString error;
         const auto store = ClipboardStore::open(ClipboardStore::defaultPath(), 200, &error);
         QVERIFY2(store, qPrintable(error));
         QVERIFY(store->isPersistent());
-        QCOMPARE(store->historyLimit(), 200);
+        QCOMPARE(ClipboardStore::defaultPath(),
+                 m_environment.dataHome() + QStringLiteral("/Halcy/history.sqlite"));
         QVERIFY(QFileInfo::exists(ClipboardStore::defaultPath()));
         QCOMPARE(modeOf(m_environment.dataHome() + QStringLiteral("/Halcy")), mode_t(0700));
     }
@@ -371,7 +372,8 @@ private slots:
         QTest::addColumn<bool>("deleted");
         QTest::addRow("exactly 30 minutes old is deleted") << qint64(1'800'000) << false << false << true;
         QTest::addRow("30 minutes and 1 second old stays") << qint64(1'801'000) << false << false << false;
-        QTest::addRow("30 minutes and 1 millisecond old stays") << qint64(1'800'001) << false << false << false;
+        QTest::addRow("30 minutes and 1 millisecond old stays")
+            << qint64(1'800'001) << false << false << false;
         QTest::addRow("a minute old is deleted") << qint64(60'000) << false << false << true;
         QTest::addRow("pinned a minute old stays") << qint64(60'000) << true << false << false;
         QTest::addRow("pinned goes when pinned are included") << qint64(60'000) << true << true << true;
@@ -446,18 +448,6 @@ private slots:
         QCOMPARE(store->entries().first().title, QStringLiteral("one"));
     }
 
-    void captureWithoutFingerprintIsRefused()
-    {
-        const auto store = openStore(freshPath());
-        QVERIFY(store);
-        ClipboardCapture capture = textCapture(QStringLiteral("x"), QDateTime::currentDateTime());
-        capture.fingerprint.clear();
-        QString error;
-        QVERIFY(!store->insert(capture, &error));
-        QVERIFY(!error.isEmpty());
-        QVERIFY(store->entries().isEmpty());
-    }
-
     void historySurvivesReopening()
     {
         const QString path = freshPath();
@@ -489,7 +479,8 @@ private slots:
         const QString path = freshPath();
         const mode_t previousMask = ::umask(0);
         auto store = openStore(path);
-        const bool inserted = store && store->insert(textCapture(QStringLiteral("secret"), QDateTime::currentDateTime()));
+        const bool inserted =
+            store && store->insert(textCapture(QStringLiteral("secret"), QDateTime::currentDateTime()));
         ::umask(previousMask);
         QVERIFY(inserted);
         QCOMPARE(modeOf(path), mode_t(0600));
@@ -503,8 +494,8 @@ private slots:
     {
         const QString path = freshPath();
         openStore(path).reset();
-        QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ReadGroup |
-                                                QFileDevice::ReadOther));
+        QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
+                                                QFileDevice::ReadGroup | QFileDevice::ReadOther));
         QCOMPARE(modeOf(path), mode_t(0644));
         QVERIFY(openStore(path));
         QCOMPARE(modeOf(path), mode_t(0600));
@@ -521,28 +512,39 @@ private slots:
         QCOMPARE(raw.column(QStringLiteral("PRAGMA table_info(ClipboardRecord)"), 1),
                  (QStringList{QStringLiteral("id"), QStringLiteral("title"), QStringLiteral("preview"),
                               QStringLiteral("typeRawValue"), QStringLiteral("sourceAppName"),
-                              QStringLiteral("timestamp"), QStringLiteral("isPinned"), QStringLiteral("fingerprint"),
-                              QStringLiteral("textContent"), QStringLiteral("fileURLStrings"),
-                              QStringLiteral("imageBookmark"), QStringLiteral("imageData")}));
+                              QStringLiteral("timestamp"), QStringLiteral("isPinned"),
+                              QStringLiteral("fingerprint"), QStringLiteral("textContent"),
+                              QStringLiteral("fileURLStrings"), QStringLiteral("imageBookmark"),
+                              QStringLiteral("imageData")}));
         QCOMPARE(raw.column(QStringLiteral("PRAGMA journal_mode")), QStringList{QStringLiteral("wal")});
         // The fingerprint is indexed but not unique; ids are unique.
-        const QStringList indexes = raw.column(QStringLiteral("SELECT name || ':' || \"unique\" FROM "
-                                                              "pragma_index_list('ClipboardRecord') ORDER BY name"));
-        QVERIFY2(indexes.contains(QStringLiteral("ClipboardRecord_fingerprint:0")), qPrintable(indexes.join(' ')));
-        QVERIFY2(indexes.contains(QStringLiteral("ClipboardRecord_timestamp:0")), qPrintable(indexes.join(' ')));
-        QVERIFY2(indexes.contains(QStringLiteral("sqlite_autoindex_ClipboardRecord_1:1")), qPrintable(indexes.join(' ')));
+        const QStringList indexes =
+            raw.column(QStringLiteral("SELECT name || ':' || \"unique\" FROM "
+                                      "pragma_index_list('ClipboardRecord') ORDER BY name"));
+        QVERIFY2(indexes.contains(QStringLiteral("ClipboardRecord_fingerprint:0")),
+                 qPrintable(indexes.join(' ')));
+        QVERIFY2(indexes.contains(QStringLiteral("ClipboardRecord_timestamp:0")),
+                 qPrintable(indexes.join(' ')));
+        QVERIFY2(indexes.contains(QStringLiteral("sqlite_autoindex_ClipboardRecord_1:1")),
+                 qPrintable(indexes.join(' ')));
     }
 
     void unsuitableFileIsRefusedAndLeftAlone_data()
     {
         QTest::addColumn<QString>("kind");
         QTest::addColumn<QString>("expectedError");
-        QTest::addRow("history from a newer version") << "newer" << "newer version of Halcy (schema 2.0.0)";
-        QTest::addRow("random bytes") << "random" << "not a Halcy clipboard history";
-        QTest::addRow("text file") << "text" << "not a Halcy clipboard history";
-        QTest::addRow("another program's database") << "foreign" << "not a Halcy clipboard history";
-        QTest::addRow("SQLite header followed by garbage") << "garbage" << "cannot be read";
-        QTest::addRow("history with its table gone") << "damaged" << "damaged";
+        QTest::addRow("history from a newer version") << "newer"
+                                                      << "newer version of Halcy (schema 2.0.0)";
+        QTest::addRow("random bytes") << "random"
+                                      << "not a Halcy clipboard history";
+        QTest::addRow("text file") << "text"
+                                   << "not a Halcy clipboard history";
+        QTest::addRow("another program's database") << "foreign"
+                                                    << "not a Halcy clipboard history";
+        QTest::addRow("SQLite header followed by garbage") << "garbage"
+                                                           << "cannot be read";
+        QTest::addRow("history with its table gone") << "damaged"
+                                                     << "damaged";
     }
 
     void unsuitableFileIsRefusedAndLeftAlone()
@@ -559,9 +561,10 @@ private slots:
                 QVERIFY(store->insert(textCapture(QStringLiteral("kept"), QDateTime::currentDateTime())));
             }
             RawDatabase raw(path);
-            QVERIFY(raw.exec(kind == QLatin1String("newer")
-                                 ? QStringLiteral("UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'")
-                                 : QStringLiteral("DROP TABLE ClipboardRecord")));
+            QVERIFY(raw.exec(
+                kind == QLatin1String("newer")
+                    ? QStringLiteral("UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'")
+                    : QStringLiteral("DROP TABLE ClipboardRecord")));
         } else if (kind == QLatin1String("foreign")) {
             RawDatabase raw(path);
             QVERIFY(raw.exec(QStringLiteral("CREATE TABLE notes (body TEXT)")));
@@ -595,16 +598,26 @@ private slots:
         QTest::addColumn<QString>("kind");
         QTest::addRow("folder path runs through a file") << "file";
         QTest::addRow("read-only file system") << "proc";
-        QTest::addRow("folder without write permission") << "readonly";
         QTest::addRow("path is a folder") << "folder";
+        QTest::addRow("new history in a folder without write permission") << "lockedFolder";
+        QTest::addRow("history in a folder without write permission") << "historyInLockedFolder";
+        QTest::addRow("history file without write permission") << "lockedHistory";
     }
 
     void unwritableLocationIsRefused()
     {
         QFETCH(QString, kind);
-        QString path;
         const QString folder = QFileInfo(freshPath()).absolutePath();
+        QString path = folder + QStringLiteral("/history.sqlite");
         QVERIFY(QDir().mkpath(folder));
+        const bool existing =
+            kind == QLatin1String("historyInLockedFolder") || kind == QLatin1String("lockedHistory");
+        if (existing) {
+            const auto store = openStore(path);
+            QVERIFY(store);
+            QVERIFY(store->insert(textCapture(QStringLiteral("kept"), QDateTime::currentDateTime())));
+        }
+        const FileSnapshot before = FileSnapshot::of(path);
         if (kind == QLatin1String("file")) {
             QFile blocker(folder + QStringLiteral("/blocker"));
             QVERIFY(blocker.open(QIODevice::WriteOnly));
@@ -613,22 +626,26 @@ private slots:
             if (!QFileInfo(QStringLiteral("/proc/self")).exists())
                 QSKIP("no /proc here");
             path = QStringLiteral("/proc/halcy-test/history.sqlite");
-        } else if (kind == QLatin1String("readonly")) {
+        } else if (kind == QLatin1String("folder")) {
+            QVERIFY(QDir().mkpath(path));
+        } else {
             if (::geteuid() == 0)
                 QSKIP("permissions do not bind root");
-            QVERIFY(QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
-            path = folder + QStringLiteral("/history.sqlite");
-        } else {
-            path = folder + QStringLiteral("/history.sqlite");
-            QVERIFY(QDir().mkpath(path));
+            const QString locked = kind == QLatin1String("lockedHistory") ? path : folder;
+            QVERIFY(QFile::setPermissions(locked, QFileDevice::ReadOwner | QFileDevice::ExeOwner));
         }
 
         QString error;
         const auto store = ClipboardStore::open(path, 200, &error);
-        QFile::setPermissions(folder, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+        QFile::setPermissions(folder,
+                              QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         QVERIFY(!store);
         QVERIFY(!error.isEmpty());
-        QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).filter(QStringLiteral("history")), QStringList{});
+        if (existing)
+            QVERIFY(FileSnapshot::of(folder + QStringLiteral("/history.sqlite")) == before);
+        else
+            QCOMPARE(QDir(folder).entryList(QDir::Files | QDir::Hidden).filter(QStringLiteral("history")),
+                     QStringList{});
     }
 
     void emptyFileBecomesAHistory()
@@ -654,7 +671,8 @@ private slots:
         QCOMPARE(first->entries().size(), 1);
         QVERIFY(second->entries().isEmpty());
         for (int i = 0; i < 5; ++i)
-            QVERIFY(first->insert(textCapture(QString::number(i), QDateTime::currentDateTime().addSecs(i + 1))));
+            QVERIFY(
+                first->insert(textCapture(QString::number(i), QDateTime::currentDateTime().addSecs(i + 1))));
         QCOMPARE(first->entries().size(), 3);
     }
 
@@ -687,10 +705,12 @@ private slots:
             {
                 RawDatabase raw(path);
                 QVERIFY(raw.isOpen());
-                QCOMPARE(raw.column(QStringLiteral("PRAGMA integrity_check")), QStringList{QStringLiteral("ok")});
-                QCOMPARE(raw.column(QStringLiteral("SELECT fingerprint FROM ClipboardRecord GROUP BY fingerprint "
-                                                   "HAVING count(*) > 1")),
-                         QStringList{});
+                QCOMPARE(raw.column(QStringLiteral("PRAGMA integrity_check")),
+                         QStringList{QStringLiteral("ok")});
+                QCOMPARE(
+                    raw.column(QStringLiteral("SELECT fingerprint FROM ClipboardRecord GROUP BY fingerprint "
+                                              "HAVING count(*) > 1")),
+                    QStringList{});
             }
 
             QString error;
@@ -717,7 +737,8 @@ private slots:
             const QString prefix = QStringLiteral("capture r%1-").arg(round);
             QVERIFY(!entries.isEmpty());
             const QString newest = entries.first().title;
-            QVERIFY2(newest == prefix + QString::number(lastSaved) || newest == prefix + QString::number(lastSaved + 1),
+            QVERIFY2(newest == prefix + QString::number(lastSaved) ||
+                         newest == prefix + QString::number(lastSaved + 1),
                      qPrintable(newest + QStringLiteral(" after %1 saved").arg(lastSaved)));
         }
     }
