@@ -42,6 +42,7 @@ private slots:
     void fuzzyScores_data();
     void fuzzyScores();
     void rankDropsNonMatchesAndOrdersByScore();
+    void rankBreaksTiesByNewerTimestamp_data();
     void rankBreaksTiesByNewerTimestamp();
     void rankKeepsStoreOrderForBlankQuery_data();
     void rankKeepsStoreOrderForBlankQuery();
@@ -63,6 +64,17 @@ void TestClipboardSearch::normalizes_data()
     QTest::addRow("no-break spaces at the ends") << QStringLiteral("\u00A0Zoë\u00A0") << "zoe";
     QTest::addRow("greek accents and case") << QStringLiteral("Ά") << QStringLiteral("α");
     QTest::addRow("hangul stays whole") << QStringLiteral("한국") << QStringLiteral("한국");
+    QTest::addRow("conjoining jamo compose") << QStringLiteral("\u1112\u1161\u11AB") << QStringLiteral("한");
+    QTest::addRow("cyrillic case") << QStringLiteral("Привет Ёж") << QStringLiteral("привет еж");
+    QTest::addRow("typographic punctuation") << QStringLiteral("Wait\u2026 \u201CQuote\u201D")
+                                             << QStringLiteral("wait... \u201Cquote\u201D");
+    QTest::addRow("variation selector dropped")
+        << QStringLiteral("\u2764\uFE0F Thanks") << QStringLiteral("\u2764 thanks");
+    QTest::addRow("accent on an emoji's neighbour")
+        << QStringLiteral("\U0001F600 Ne\u0301") << QStringLiteral("\U0001F600 ne");
+    QTest::addRow("full-width letters") << QStringLiteral("\uFF21\uFF22c") << "abc";
+    QTest::addRow("astral letters with case")
+        << QStringLiteral("\U00010400") << QStringLiteral("\U00010428");
     QTest::addRow("emoji untouched") << QStringLiteral("\U0001F44D Ok") << QStringLiteral("\U0001F44D ok");
     QTest::addRow("already folded") << "plain" << "plain";
 }
@@ -151,16 +163,30 @@ void TestClipboardSearch::rankDropsNonMatchesAndOrdersByScore()
     QCOMPARE(titles(ranked), (QStringList{"NOTES", "notes 2026", "release notes", "draft"}));
 }
 
+void TestClipboardSearch::rankBreaksTiesByNewerTimestamp_data()
+{
+    QTest::addColumn<QList<int>>("inputOrder");
+    QTest::addRow("store order, newest first") << QList<int>{0, 1, 2, 3, 4};
+    QTest::addRow("oldest first") << QList<int>{4, 3, 2, 1, 0};
+    QTest::addRow("shuffled") << QList<int>{2, 4, 0, 3, 1};
+}
+
 void TestClipboardSearch::rankBreaksTiesByNewerTimestamp()
 {
-    // The store hands entries newest first; here the input order is deliberately not by time.
-    const ClipboardHistoryEntries entries{
-        makeEntry("report old", "", "Editor", ClipboardContentType::text, 30),
-        makeEntry("report newest", "", "Editor", ClipboardContentType::text, 1),
-        makeEntry("report middle", "", "Editor", ClipboardContentType::text, 10),
+    QFETCH(QList<int>, inputOrder);
+    // Indexed newest to oldest.
+    const ClipboardHistoryEntries byAge{
+        makeEntry("old report", "", "Editor", ClipboardContentType::text, 1),   // 75
+        makeEntry("report", "", "Editor", ClipboardContentType::text, 2),       // 100
+        makeEntry("draft", "report", "Editor", ClipboardContentType::text, 3),  // 55
+        makeEntry("new report", "", "Editor", ClipboardContentType::text, 4),   // 75
+        makeEntry("Report", "", "Editor", ClipboardContentType::text, 5),       // 100
     };
+    ClipboardHistoryEntries entries;
+    for (const int index : inputOrder)
+        entries.append(byAge.at(index));
     const auto ranked = ClipboardSearch::rank(entries, QStringLiteral("report"));
-    QCOMPARE(titles(ranked), (QStringList{"report newest", "report middle", "report old"}));
+    QCOMPARE(titles(ranked), (QStringList{"report", "Report", "old report", "new report", "draft"}));
 }
 
 void TestClipboardSearch::rankKeepsStoreOrderForBlankQuery_data()
