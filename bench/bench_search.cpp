@@ -16,12 +16,13 @@
 
 namespace {
 
-const QStringList words{
-    "meeting", "notes",  "invoice", "release", "draft",   "budget",  "server", "deploy",  "review", "customer",
-    "password", "report", "summary", "agenda",  "project", "update",  "design", "feature", "ticket", "weekly",
-    "café",    "résumé", "Zoë",     "naïve",   "Straße",  "Ångström", "the",   "and",     "with",   "from"};
-const QStringList sources{"Firefox", "Terminal", "Text Editor", "Files", "Thunderbird", "LibreOffice Writer",
-                          "Slack",   "Visual Studio Code"};
+const QStringList words{"meeting", "notes",    "invoice", "release",  "draft",    "budget",
+                        "server",  "deploy",   "review",  "customer", "password", "report",
+                        "summary", "agenda",   "project", "update",   "design",   "feature",
+                        "ticket",  "weekly",   "café",    "résumé",   "Zoë",      "naïve",
+                        "Straße",  "Ångström", "the",     "and",      "with",     "from"};
+const QStringList sources{"Firefox",     "Terminal",           "Text Editor", "Files",
+                          "Thunderbird", "LibreOffice Writer", "Slack",       "Visual Studio Code"};
 
 QString sentence(QRandomGenerator &random, int wordCount)
 {
@@ -57,14 +58,13 @@ std::optional<ClipboardCapture> makeCapture(QRandomGenerator &random, int index)
     case 4:
         return ClipboardCapture::fromImage(QByteArray(64, char(index)), index, source);
     case 5: // a pasted paragraph, several lines
-        return ClipboardCapture::fromString(sentence(random, 12) + "\n" + sentence(random, 20) + "\n" +
-                                                sentence(random, 15),
-                                            source);
+        return ClipboardCapture::fromString(
+            sentence(random, 12) + "\n" + sentence(random, 20) + "\n" + sentence(random, 15), source);
     case 6: // a chat message
-        return ClipboardCapture::fromString(sentence(random, 3 + random.bounded(6)) +
-                                                (random.bounded(2) ? QStringLiteral(" \U0001F44D")
-                                                                   : QStringLiteral(" \u2764\uFE0F")),
-                                            source);
+        return ClipboardCapture::fromString(
+            sentence(random, 3 + random.bounded(6)) +
+                (random.bounded(2) ? QStringLiteral(" \U0001F44D") : QStringLiteral(" \u2764\uFE0F")),
+            source);
     default:
         return ClipboardCapture::fromString(sentence(random, 1 + random.bounded(8)), source);
     }
@@ -120,8 +120,8 @@ int main(int argc, char *argv[])
             }
             std::sort(times.begin(), times.end());
             overallWorst = std::max(overallWorst, times.back());
-            std::printf("%-8d %-7s %8lld %10.3f %10.3f\n", size, qPrintable(query), static_cast<long long>(matches),
-                        times[times.size() / 2], times.back());
+            std::printf("%-8d %-7s %8lld %10.3f %10.3f\n", size, qPrintable(query),
+                        static_cast<long long>(matches), times[times.size() / 2], times.back());
         }
         std::printf("%-8d worst of all queries: %.3f ms\n\n", size, overallWorst);
     }

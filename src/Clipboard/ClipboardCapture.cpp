@@ -62,9 +62,8 @@ bool isColorCode(QStringView text)
 
 bool containsSpaceOrControl(QStringView text)
 {
-    return std::any_of(text.begin(), text.end(), [](QChar c) {
-        return c.isSpace() || c.category() == QChar::Other_Control;
-    });
+    return std::any_of(text.begin(), text.end(),
+                       [](QChar c) { return c.isSpace() || c.category() == QChar::Other_Control; });
 }
 
 // A link is a single token that parses as a URL whose scheme, as typed, begins with "http". Text with
@@ -101,7 +100,8 @@ QString lastPathComponent(const QString &path)
 
 } // namespace
 
-std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &string, const QString &sourceAppName)
+std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &string,
+                                                             const QString &sourceAppName)
 {
     const QString trimmed = string.trimmed();
     if (trimmed.isEmpty())
@@ -143,14 +143,14 @@ std::optional<ClipboardCapture> ClipboardCapture::fromFileURLs(const QList<QUrl>
 
     ClipboardCapture capture;
     capture.type = ClipboardContentType::file;
-    capture.title = paths.size() == 1 ? lastPathComponent(paths.first())
-                                      : QStringLiteral("%1 files").arg(paths.size());
+    capture.title =
+        paths.size() == 1 ? lastPathComponent(paths.first()) : QStringLiteral("%1 files").arg(paths.size());
     capture.preview = paths.join(QLatin1Char('\n'));
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
     capture.fileURLStrings = urlStrings;
-    capture.fingerprint = makeFingerprint(capture.type, std::nullopt, capture.fileURLStrings, std::nullopt,
-                                          std::nullopt);
+    capture.fingerprint =
+        makeFingerprint(capture.type, std::nullopt, capture.fileURLStrings, std::nullopt, std::nullopt);
     return capture;
 }
 
@@ -170,7 +170,8 @@ ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64
     return capture;
 }
 
-QString ClipboardCapture::makeFingerprint(ClipboardContentType type, const std::optional<QString> &textContent,
+QString ClipboardCapture::makeFingerprint(ClipboardContentType type,
+                                          const std::optional<QString> &textContent,
                                           const QStringList &fileURLStrings,
                                           const std::optional<QString> &imageBookmark,
                                           const std::optional<QByteArray> &imageData)

@@ -6,8 +6,8 @@ namespace {
 
 bool isDateSeparator(QChar c)
 {
-    return c.isSpace() || c == QLatin1Char(',') || c == QChar(0x060C) /* Arabic comma */ ||
-           c == QChar(0x3001) /* ideographic comma */;
+    return c.isSpace() || c == QLatin1Char(',') || c == QLatin1Char('-') ||
+           c == QChar(0x060C) /* Arabic comma */ || c == QChar(0x3001) /* ideographic comma */;
 }
 
 // Spans of a date format that lie outside quoted literals ('de', 'г.').
@@ -30,10 +30,25 @@ template <typename Visit> void forEachUnquotedRun(const QString &format, Visit v
     }
 }
 
+// Index of the first date field letter (ASCII letters outside quotes) at or after `from`, which must
+// lie outside quotes; the format's size when there is none.
+qsizetype nextFieldLetter(const QString &format, qsizetype from)
+{
+    bool quoted = false;
+    for (qsizetype i = from; i < format.size(); ++i) {
+        const char16_t c = format.at(i).unicode();
+        if (c == u'\'')
+            quoted = !quoted;
+        else if (!quoted && ((c >= u'a' && c <= u'z') || (c >= u'A' && c <= u'Z')))
+            return i;
+    }
+    return format.size();
+}
+
 // Qt knows short and long date styles but not the medium one ("Mar 7, 2026", "7 mars 2026",
 // "7. März 2026"). The locale's long format is the medium one plus the weekday and with the full month
-// name, so the medium format is derived from it: the weekday field and the separator that tied it to the
-// rest are removed, and the month name is abbreviated. For en_US this gives exactly "MMM d, yyyy", and
+// name, so the medium format is derived from it: the weekday field goes with the separators and words
+// that tie it to the rest, and the month name is abbreviated. For en_US this gives exactly "MMM d, yyyy", and
 // every other locale keeps its own order, words and literals. If a locale's long format is too unusual
 // for that, its short format is used.
 QString mediumDateFormat(const QLocale &locale)
@@ -49,14 +64,19 @@ QString mediumDateFormat(const QLocale &locale)
         }
     });
     if (weekdayBegin >= 0) {
+        // Literal words that belong to the weekday ("Friday the", "… day") go with it, so the
+        // weekday is cut back to the neighbouring field or the format's end.
+        const qsizetype nextField = nextFieldLetter(format, weekdayEnd);
+        const bool leading = nextFieldLetter(format, 0) == weekdayBegin;
         qsizetype removeBegin = weekdayBegin;
         qsizetype removeEnd = weekdayEnd;
-        while (removeBegin > 0 && isDateSeparator(format.at(removeBegin - 1)))
-            --removeBegin;
-        if (removeBegin == 0) {
-            // Leading weekday: drop the separator after it instead.
-            while (removeEnd < format.size() && isDateSeparator(format.at(removeEnd)))
-                ++removeEnd;
+        if (leading) {
+            removeEnd = nextField;
+        } else {
+            while (removeBegin > 0 && isDateSeparator(format.at(removeBegin - 1)))
+                --removeBegin;
+            if (nextField == format.size())
+                removeEnd = nextField;
         }
         format.remove(removeBegin, removeEnd - removeBegin);
     }

@@ -147,7 +147,10 @@ public:
     }
 
 private:
-    static char16_t asciiLower(char16_t c) { return (c >= u'A' && c <= u'Z') ? char16_t(c + (u'a' - u'A')) : c; }
+    static char16_t asciiLower(char16_t c)
+    {
+        return (c >= u'A' && c <= u'Z') ? char16_t(c + (u'a' - u'A')) : c;
+    }
 
     QStringView foldUnicode(const QString &text)
     {
@@ -228,7 +231,9 @@ private:
 class JoinedCodePoints final
 {
 public:
-    explicit JoinedCodePoints(const std::array<QStringView, 4> &parts) : m_parts(parts), m_current(parts[0]) {}
+    explicit JoinedCodePoints(const std::array<QStringView, 4> &parts) : m_parts(parts), m_current(parts[0])
+    {
+    }
 
     bool next(char32_t &codePoint)
     {
@@ -361,7 +366,8 @@ ClipboardHistoryEntries ClipboardSearch::rank(const ClipboardHistoryEntries &ent
         const auto score = scorer.score(entries.at(i), needle);
         if (!score)
             continue;
-        if (newestFirst && !matches.empty() && entries.at(matches.back().index).timestamp < entries.at(i).timestamp)
+        if (newestFirst && !matches.empty() &&
+            entries.at(matches.back().index).timestamp < entries.at(i).timestamp)
             newestFirst = false;
         matches.push_back({*score, i});
     }

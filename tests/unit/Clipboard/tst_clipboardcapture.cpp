@@ -46,13 +46,17 @@ void TestClipboardCapture::classifiesStrings_data()
     const auto color = ClipboardContentType::color;
 
     QTest::addRow("https with host is a link titled by host")
-        << "https://example.com/path?q=1" << link << "example.com" << "https://example.com/path?q=1";
+        << "https://example.com/path?q=1" << link << "example.com"
+        << "https://example.com/path?q=1";
     QTest::addRow("http is a link") << "http://intranet.local:8080/" << link << "intranet.local"
                                     << "http://intranet.local:8080/";
-    QTest::addRow("link without host is titled by its text") << "http:foo" << link << "http:foo" << "http:foo";
-    QTest::addRow("international host") << "https://bücher.de/x" << link << "bücher.de" << "https://bücher.de/x";
-    QTest::addRow("blanks around a link are trimmed")
-        << "  https://example.com/\n" << link << "example.com" << "https://example.com/";
+    QTest::addRow("link without host is titled by its text") << "http:foo" << link << "http:foo"
+                                                             << "http:foo";
+    QTest::addRow("international host") << "https://bücher.de/x" << link << "bücher.de"
+                                        << "https://bücher.de/x";
+    QTest::addRow("blanks around a link are trimmed") << "  https://example.com/\n"
+                                                      << link << "example.com"
+                                                      << "https://example.com/";
     QTest::addRow("escaped space keeps a link") << "https://example.com/a%20b" << link << "example.com"
                                                 << "https://example.com/a%20b";
     QTest::addRow("unescaped pipe keeps a link") << "https://example.com/?q=a|b" << link << "example.com"
@@ -64,32 +68,48 @@ void TestClipboardCapture::classifiesStrings_data()
     QTest::addRow("upper-case scheme is text") << "HTTP://EXAMPLE.COM" << text << "HTTP://EXAMPLE.COM"
                                                << "HTTP://EXAMPLE.COM";
     QTest::addRow("address followed by prose is text")
-        << "https://example.com is down" << text << "https://example.com is down" << "https://example.com is down";
+        << "https://example.com is down" << text << "https://example.com is down"
+        << "https://example.com is down";
     QTest::addRow("unescaped space in path is text")
-        << "https://example.com/a b" << text << "https://example.com/a b" << "https://example.com/a b";
+        << "https://example.com/a b" << text << "https://example.com/a b"
+        << "https://example.com/a b";
     QTest::addRow("two addresses on two lines are text")
         << "https://a.example\nhttps://b.example" << text << "https://a.example https://b.example"
         << "https://a.example\nhttps://b.example";
     QTest::addRow("relative path starting with http is text")
-        << "httpdocs/index.html" << text << "httpdocs/index.html" << "httpdocs/index.html";
+        << "httpdocs/index.html" << text << "httpdocs/index.html"
+        << "httpdocs/index.html";
 
-    QTest::addRow("six digits with hash is a colour") << "#1a2B3c" << color << "#1A2B3C" << "#1a2B3c";
-    QTest::addRow("six digits without hash is a colour") << "ff00aa" << color << "FF00AA" << "ff00aa";
-    QTest::addRow("eight digits with hash is a colour") << "#ff00aa80" << color << "#FF00AA80" << "#ff00aa80";
-    QTest::addRow("eight digits without hash is a colour") << "ff00aa80" << color << "FF00AA80" << "ff00aa80";
-    QTest::addRow("blanks around a colour are trimmed") << " \t#abcdef\n" << color << "#ABCDEF" << "#abcdef";
-    QTest::addRow("five digits are text") << "#abcde" << text << "#abcde" << "#abcde";
-    QTest::addRow("seven digits are text") << "#abcdef0" << text << "#abcdef0" << "#abcdef0";
-    QTest::addRow("seven digits without hash are text") << "abcdef0" << text << "abcdef0" << "abcdef0";
-    QTest::addRow("nine digits are text") << "#abcdef012" << text << "#abcdef012" << "#abcdef012";
-    QTest::addRow("non-hex letter is text") << "#abcdeg" << text << "#abcdeg" << "#abcdeg";
-    QTest::addRow("two hashes are text") << "##abcdef" << text << "##abcdef" << "##abcdef";
-    QTest::addRow("inner blank is text") << "#abc def" << text << "#abc def" << "#abc def";
+    QTest::addRow("six digits with hash is a colour") << "#1a2B3c" << color << "#1A2B3C"
+                                                      << "#1a2B3c";
+    QTest::addRow("six digits without hash is a colour") << "ff00aa" << color << "FF00AA"
+                                                         << "ff00aa";
+    QTest::addRow("eight digits with hash is a colour") << "#ff00aa80" << color << "#FF00AA80"
+                                                        << "#ff00aa80";
+    QTest::addRow("eight digits without hash is a colour") << "ff00aa80" << color << "FF00AA80"
+                                                           << "ff00aa80";
+    QTest::addRow("blanks around a colour are trimmed") << " \t#abcdef\n"
+                                                        << color << "#ABCDEF"
+                                                        << "#abcdef";
+    QTest::addRow("five digits are text") << "#abcde" << text << "#abcde"
+                                          << "#abcde";
+    QTest::addRow("seven digits are text") << "#abcdef0" << text << "#abcdef0"
+                                           << "#abcdef0";
+    QTest::addRow("seven digits without hash are text") << "abcdef0" << text << "abcdef0"
+                                                        << "abcdef0";
+    QTest::addRow("nine digits are text") << "#abcdef012" << text << "#abcdef012"
+                                          << "#abcdef012";
+    QTest::addRow("non-hex letter is text") << "#abcdeg" << text << "#abcdeg"
+                                            << "#abcdeg";
+    QTest::addRow("two hashes are text") << "##abcdef" << text << "##abcdef"
+                                         << "##abcdef";
+    QTest::addRow("inner blank is text") << "#abc def" << text << "#abc def"
+                                         << "#abc def";
 
-    QTest::addRow("line feed joins title, text keeps it")
-        << "   alpha\nbeta   " << text << "alpha beta" << "alpha\nbeta";
-    QTest::addRow("carriage return and line feed become one space")
-        << "alpha\r\nbeta" << text << "alpha beta" << "alpha\r\nbeta";
+    QTest::addRow("line feed joins title, text keeps it") << "   alpha\nbeta   " << text << "alpha beta"
+                                                          << "alpha\nbeta";
+    QTest::addRow("carriage return and line feed become one space") << "alpha\r\nbeta" << text << "alpha beta"
+                                                                    << "alpha\r\nbeta";
 }
 
 void TestClipboardCapture::classifiesStrings()
@@ -150,9 +170,11 @@ void TestClipboardCapture::shortensToUserPerceivedCharacters_data()
     const QString zalgo = QStringLiteral("a") + QString(12, QChar(0x0301)); // one character, 13 units
 
     QTest::addRow("combining marks at the limit") << repeated(eAcute, 5) << 5 << repeated(eAcute, 5);
-    QTest::addRow("combining marks past the limit") << repeated(eAcute, 6) << 5 << repeated(eAcute, 5) + "...";
+    QTest::addRow("combining marks past the limit")
+        << repeated(eAcute, 6) << 5 << repeated(eAcute, 5) + "...";
     QTest::addRow("emoji sequences at the limit") << repeated(family, 3) << 3 << repeated(family, 3);
-    QTest::addRow("emoji sequences past the limit") << repeated(family, 4) << 3 << repeated(family, 3) + "...";
+    QTest::addRow("emoji sequences past the limit")
+        << repeated(family, 4) << 3 << repeated(family, 3) + "...";
     QTest::addRow("flags are not split") << repeated(flag, 3) << 2 << repeated(flag, 2) + "...";
     QTest::addRow("long clusters past the limit") << repeated(zalgo, 73) << 72 << repeated(zalgo, 72) + "...";
     QTest::addRow("long clusters at the limit") << repeated(zalgo, 72) << 72 << repeated(zalgo, 72);
@@ -181,7 +203,8 @@ void TestClipboardCapture::titleAndPreviewLimits_data()
     QTest::addRow("72 characters keep the title") << 72 << text.left(72) << text.left(72);
     QTest::addRow("73 characters shorten the title") << 73 << text.left(72) + "..." << text.left(73);
     QTest::addRow("140 characters keep the preview") << 140 << text.left(72) + "..." << text.left(140);
-    QTest::addRow("141 characters shorten the preview") << 141 << text.left(72) + "..." << text.left(140) + "...";
+    QTest::addRow("141 characters shorten the preview")
+        << 141 << text.left(72) + "..." << text.left(140) + "...";
 }
 
 void TestClipboardCapture::titleAndPreviewLimits()
@@ -206,15 +229,16 @@ void TestClipboardCapture::capturesFiles_data()
     QTest::addColumn<QStringList>("urlStrings");
 
     QTest::addRow("one file is titled by its name")
-        << QList<QUrl>{QUrl::fromLocalFile("/home/ada/My Notes.txt")} << "My Notes.txt" << "/home/ada/My Notes.txt"
-        << QStringList{"file:///home/ada/My%20Notes.txt"};
+        << QList<QUrl>{QUrl::fromLocalFile("/home/ada/My Notes.txt")} << "My Notes.txt"
+        << "/home/ada/My Notes.txt" << QStringList{"file:///home/ada/My%20Notes.txt"};
     QTest::addRow("one folder is titled by its name")
-        << QList<QUrl>{QUrl("file:///home/ada/Projects/")} << "Projects" << "/home/ada/Projects"
-        << QStringList{"file:///home/ada/Projects/"};
+        << QList<QUrl>{QUrl("file:///home/ada/Projects/")} << "Projects"
+        << "/home/ada/Projects" << QStringList{"file:///home/ada/Projects/"};
     QTest::addRow("several files are counted, in pasteboard order")
         << QList<QUrl>{QUrl::fromLocalFile("/tmp/b.png"), QUrl::fromLocalFile("/tmp/a.png"),
                        QUrl::fromLocalFile("/tmp/c.png")}
-        << "3 files" << "/tmp/b.png\n/tmp/a.png\n/tmp/c.png"
+        << "3 files"
+        << "/tmp/b.png\n/tmp/a.png\n/tmp/c.png"
         << QStringList{"file:///tmp/b.png", "file:///tmp/a.png", "file:///tmp/c.png"};
     QTest::addRow("web addresses among files are dropped")
         << QList<QUrl>{QUrl("https://example.com/a.png"), QUrl::fromLocalFile("/tmp/a.png")} << "a.png"
@@ -261,7 +285,8 @@ void TestClipboardCapture::capturesImages()
     QVERIFY(!capture.textContent);
     QVERIFY(capture.fileURLStrings.isEmpty());
     // printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -d' ' -f1)" | sha256sum
-    QCOMPARE(capture.fingerprint, QStringLiteral("99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469"));
+    QCOMPARE(capture.fingerprint,
+             QStringLiteral("99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469"));
 }
 
 void TestClipboardCapture::fingerprintsMatchIndependentDigests_data()
@@ -270,11 +295,16 @@ void TestClipboardCapture::fingerprintsMatchIndependentDigests_data()
     QTest::addColumn<QString>("fingerprint");
 
     // Computed with: printf '<kind>|<text>|||' | sha256sum
-    QTest::addRow("text") << "hello" << "279cc291f5a65919b59ede327ec803353ecc8d207b758eb90f76571a463419c6";
-    QTest::addRow("text is trimmed first") << "  hello\n" << "279cc291f5a65919b59ede327ec803353ecc8d207b758eb90f76571a463419c6";
-    QTest::addRow("link") << "https://example.com" << "db4ceac40319eb75de02a87b4a4990a2c276503ac8e858f81ec33908d24491b5";
+    QTest::addRow("text") << "hello"
+                          << "279cc291f5a65919b59ede327ec803353ecc8d207b758eb90f76571a463419c6";
+    QTest::addRow("text is trimmed first")
+        << "  hello\n"
+        << "279cc291f5a65919b59ede327ec803353ecc8d207b758eb90f76571a463419c6";
+    QTest::addRow("link") << "https://example.com"
+                          << "db4ceac40319eb75de02a87b4a4990a2c276503ac8e858f81ec33908d24491b5";
     QTest::addRow("non-ASCII text is hashed as UTF-8")
-        << QStringLiteral("Grüße \U0001F44D") << "656c856fa52e373611edcfa78c5bd952e5ece9f98ed025d84a4dba4999ee5d62";
+        << QStringLiteral("Grüße \U0001F44D")
+        << "656c856fa52e373611edcfa78c5bd952e5ece9f98ed025d84a4dba4999ee5d62";
 }
 
 void TestClipboardCapture::fingerprintsMatchIndependentDigests()

@@ -62,7 +62,8 @@ void TestClipboardListSection::groups_data()
     QTest::addRow("empty list gives no sections") << noon << ClipboardHistoryEntries{} << QStringList{};
 
     QTest::addRow("no pinned section without pinned entries")
-        << noon << ClipboardHistoryEntries{makeEntry("a", at(2026, 3, 7, 11)), makeEntry("b", at(2026, 3, 7, 9))}
+        << noon
+        << ClipboardHistoryEntries{makeEntry("a", at(2026, 3, 7, 11)), makeEntry("b", at(2026, 3, 7, 9))}
         << QStringList{"2026-3-7: Today [a, b]"};
 
     QTest::addRow("pinned first, in the given order, and only there")
@@ -99,8 +100,9 @@ void TestClipboardListSection::groups_data()
         << QStringList{"2026-2-27: Feb 27, 2026 [a]"};
 
     QTest::addRow("across a year without leading zeros")
-        << at(2026, 1, 2) << ClipboardHistoryEntries{makeEntry("a", at(2026, 1, 1)), makeEntry("b", at(2025, 12, 31)),
-                                                     makeEntry("c", at(2025, 9, 5))}
+        << at(2026, 1, 2)
+        << ClipboardHistoryEntries{makeEntry("a", at(2026, 1, 1)), makeEntry("b", at(2025, 12, 31)),
+                                   makeEntry("c", at(2025, 9, 5))}
         << QStringList{"2026-1-1: Yesterday [a]", "2025-12-31: Wednesday [b]", "2025-9-5: Sep 5, 2025 [c]"};
 
     QTest::addRow("days keep their first appearance")
@@ -134,9 +136,17 @@ void TestClipboardListSection::titlesOlderDaysInTheUsersLocale_data()
 
     QTest::addRow("British English") << QLocale(QLocale::English, QLocale::UnitedKingdom) << "Wednesday"
                                      << "27 Feb 2026";
-    QTest::addRow("French") << QLocale(QLocale::French, QLocale::France) << "mercredi" << QStringLiteral("27 févr. 2026");
+    QTest::addRow("French") << QLocale(QLocale::French, QLocale::France) << "mercredi"
+                            << QStringLiteral("27 févr. 2026");
     QTest::addRow("Japanese, weekday after the date")
-        << QLocale(QLocale::Japanese, QLocale::Japan) << QStringLiteral("水曜日") << QStringLiteral("2026年2月27日");
+        << QLocale(QLocale::Japanese, QLocale::Japan) << QStringLiteral("水曜日")
+        << QStringLiteral("2026年2月27日");
+    QTest::addRow("Thai, words tied to the weekday dropped")
+        << QLocale(QLocale::Thai, QLocale::Thailand) << QStringLiteral("วันพุธ")
+        << QStringLiteral("27 ก.พ. 2026");
+    QTest::addRow("Mongolian, trailing weekday word dropped")
+        << QLocale(QLocale::Mongolian, QLocale::Mongolia) << QStringLiteral("лхагва")
+        << QStringLiteral("2026 оны 2-р сарын 27");
     QTest::addRow("Portuguese, quoted words kept")
         << QLocale(QLocale::Portuguese, QLocale::Brazil) << QStringLiteral("quarta-feira")
         << QStringLiteral("27 de fev. de 2026");

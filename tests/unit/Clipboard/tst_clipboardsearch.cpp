@@ -53,9 +53,12 @@ void TestClipboardSearch::normalizes_data()
     QTest::addColumn<QString>("input");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("case") << "Hello World" << "hello world";
-    QTest::addRow("blanks at both ends") << " \t\nhello\n " << "hello";
-    QTest::addRow("inner blanks kept") << "a  b" << "a  b";
+    QTest::addRow("case") << "Hello World"
+                          << "hello world";
+    QTest::addRow("blanks at both ends") << " \t\nhello\n "
+                                         << "hello";
+    QTest::addRow("inner blanks kept") << "a  b"
+                                       << "a  b";
     QTest::addRow("precomposed accents") << QStringLiteral("Crème Brûlée") << "creme brulee";
     QTest::addRow("combining accents") << QStringLiteral("Cre\u0300me") << "creme";
     QTest::addRow("dotted capital I") << QStringLiteral("\u0130stanbul") << "istanbul";
@@ -66,17 +69,17 @@ void TestClipboardSearch::normalizes_data()
     QTest::addRow("hangul stays whole") << QStringLiteral("한국") << QStringLiteral("한국");
     QTest::addRow("conjoining jamo compose") << QStringLiteral("\u1112\u1161\u11AB") << QStringLiteral("한");
     QTest::addRow("cyrillic case") << QStringLiteral("Привет Ёж") << QStringLiteral("привет еж");
-    QTest::addRow("typographic punctuation") << QStringLiteral("Wait\u2026 \u201CQuote\u201D")
-                                             << QStringLiteral("wait... \u201Cquote\u201D");
+    QTest::addRow("typographic punctuation")
+        << QStringLiteral("Wait\u2026 \u201CQuote\u201D") << QStringLiteral("wait... \u201Cquote\u201D");
     QTest::addRow("variation selector dropped")
         << QStringLiteral("\u2764\uFE0F Thanks") << QStringLiteral("\u2764 thanks");
     QTest::addRow("accent on an emoji's neighbour")
         << QStringLiteral("\U0001F600 Ne\u0301") << QStringLiteral("\U0001F600 ne");
     QTest::addRow("full-width letters") << QStringLiteral("\uFF21\uFF22c") << "abc";
-    QTest::addRow("astral letters with case")
-        << QStringLiteral("\U00010400") << QStringLiteral("\U00010428");
+    QTest::addRow("astral letters with case") << QStringLiteral("\U00010400") << QStringLiteral("\U00010428");
     QTest::addRow("emoji untouched") << QStringLiteral("\U0001F44D Ok") << QStringLiteral("\U0001F44D ok");
-    QTest::addRow("already folded") << "plain" << "plain";
+    QTest::addRow("already folded") << "plain"
+                                    << "plain";
 }
 
 void TestClipboardSearch::normalizes()
@@ -123,16 +126,25 @@ void TestClipboardSearch::fuzzyScores_data()
     QTest::addColumn<QString>("haystack");
     QTest::addColumn<std::optional<int>>("score");
 
-    QTest::addRow("adjacent run at the start") << "abc" << "abcdef" << std::optional<int>(24);
-    QTest::addRow("each separated by one character") << "abc" << "axbxc" << std::optional<int>(11);
-    QTest::addRow("another order does not match") << "cba" << "abc" << std::optional<int>();
-    QTest::addRow("first character not at the start") << "bc" << "abc" << std::optional<int>(2 + 7);
-    QTest::addRow("streak resets after a gap") << "abcd" << "abxcd" << std::optional<int>(7 + 8 + 2 + 7);
+    QTest::addRow("adjacent run at the start") << "abc"
+                                               << "abcdef" << std::optional<int>(24);
+    QTest::addRow("each separated by one character") << "abc"
+                                                     << "axbxc" << std::optional<int>(11);
+    QTest::addRow("another order does not match") << "cba"
+                                                  << "abc" << std::optional<int>();
+    QTest::addRow("first character not at the start") << "bc"
+                                                      << "abc" << std::optional<int>(2 + 7);
+    QTest::addRow("streak resets after a gap") << "abcd"
+                                               << "abxcd" << std::optional<int>(7 + 8 + 2 + 7);
     QTest::addRow("long adjacent run passes 100")
-        << "abcdefgh" << "abcdefgh" << std::optional<int>(7 + 8 + 9 + 10 + 11 + 12 + 13 + 14);
-    QTest::addRow("repeated characters need repeated matches") << "aa" << "a" << std::optional<int>();
-    QTest::addRow("empty query") << "" << "abc" << std::optional<int>(0);
-    QTest::addRow("empty haystack") << "a" << "" << std::optional<int>();
+        << "abcdefgh"
+        << "abcdefgh" << std::optional<int>(7 + 8 + 9 + 10 + 11 + 12 + 13 + 14);
+    QTest::addRow("repeated characters need repeated matches") << "aa"
+                                                               << "a" << std::optional<int>();
+    QTest::addRow("empty query") << ""
+                                 << "abc" << std::optional<int>(0);
+    QTest::addRow("empty haystack") << "a"
+                                    << "" << std::optional<int>();
     QTest::addRow("astral characters count once")
         << QStringLiteral("\U0001F600\U0001F601") << QStringLiteral("\U0001F600\U0001F601")
         << std::optional<int>(7 + 8);
@@ -154,10 +166,10 @@ void TestClipboardSearch::rankDropsNonMatchesAndOrdersByScore()
 {
     const ClipboardHistoryEntries entries{
         makeEntry("unrelated", "nothing here", "Terminal", ClipboardContentType::text, 0),
-        makeEntry("release notes", "notes", "Editor", ClipboardContentType::text, 1),  // 75
-        makeEntry("NOTES", "x", "Editor", ClipboardContentType::text, 2),              // 100
-        makeEntry("draft", "meeting notes", "Editor", ClipboardContentType::text, 3),  // 55
-        makeEntry("notes 2026", "x", "Editor", ClipboardContentType::text, 4),         // 90
+        makeEntry("release notes", "notes", "Editor", ClipboardContentType::text, 1), // 75
+        makeEntry("NOTES", "x", "Editor", ClipboardContentType::text, 2),             // 100
+        makeEntry("draft", "meeting notes", "Editor", ClipboardContentType::text, 3), // 55
+        makeEntry("notes 2026", "x", "Editor", ClipboardContentType::text, 4),        // 90
     };
     const auto ranked = ClipboardSearch::rank(entries, QStringLiteral("  Notes "));
     QCOMPARE(titles(ranked), (QStringList{"NOTES", "notes 2026", "release notes", "draft"}));
@@ -176,11 +188,11 @@ void TestClipboardSearch::rankBreaksTiesByNewerTimestamp()
     QFETCH(QList<int>, inputOrder);
     // Indexed newest to oldest.
     const ClipboardHistoryEntries byAge{
-        makeEntry("old report", "", "Editor", ClipboardContentType::text, 1),   // 75
-        makeEntry("report", "", "Editor", ClipboardContentType::text, 2),       // 100
-        makeEntry("draft", "report", "Editor", ClipboardContentType::text, 3),  // 55
-        makeEntry("new report", "", "Editor", ClipboardContentType::text, 4),   // 75
-        makeEntry("Report", "", "Editor", ClipboardContentType::text, 5),       // 100
+        makeEntry("old report", "", "Editor", ClipboardContentType::text, 1),  // 75
+        makeEntry("report", "", "Editor", ClipboardContentType::text, 2),      // 100
+        makeEntry("draft", "report", "Editor", ClipboardContentType::text, 3), // 55
+        makeEntry("new report", "", "Editor", ClipboardContentType::text, 4),  // 75
+        makeEntry("Report", "", "Editor", ClipboardContentType::text, 5),      // 100
     };
     ClipboardHistoryEntries entries;
     for (const int index : inputOrder)
