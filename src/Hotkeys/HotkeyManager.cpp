@@ -1,0 +1,72 @@
+#include "Hotkeys/HotkeyManager.h"
+
+#include "App/AppCommanding.h"
+#include "App/Logging.h"
+#include "Hotkeys/ShortcutKeys.h"
+#include "Platform/HotkeyRegistrar.h"
+
+HotkeyManager::HotkeyManager(QList<KeyboardShortcutDescriptor> shortcuts,
+                             std::unique_ptr<HotkeyRegistrar> registrar, QObject *parent)
+    : QObject(parent)
+    , m_shortcuts(std::move(shortcuts))
+    , m_registrar(registrar ? std::move(registrar) : HotkeyRegistrar::createDefault())
+{
+    // Presses arrive from the event loop, after the platform's event handling has returned.
+    connect(m_registrar.get(), &HotkeyRegistrar::pressed, this, &HotkeyManager::handle);
+}
+
+// The registrar releases its grabs when it is destroyed.
+HotkeyManager::~HotkeyManager() = default;
+
+void HotkeyManager::start(AppCommanding *commander)
+{
+    m_commander = commander;
+    unregisterAll();
+
+    quint32 hotKeyID = 0;
+    for (const KeyboardShortcutDescriptor &shortcut : std::as_const(m_shortcuts)) {
+        ++hotKeyID;
+        const std::optional<Qt::Key> key = ShortcutKeys::keyFor(shortcut.key);
+        if (!key) {
+            qCDebug(lcHotkeys) << "skipping" << shortcut.id << "- key" << shortcut.key << "cannot be registered";
+            continue;
+        }
+        if (!m_registrar->grab(hotKeyID, *key, shortcut.modifiers)) {
+            qCDebug(lcHotkeys) << "skipping" << shortcut.id << shortcut.displayForm()
+                               << "- the desktop refused it (taken by another program?)";
+            continue;
+        }
+        m_actionIDs.insert(hotKeyID, shortcut.id);
+        ++m_registrationCount;
+        qCDebug(lcHotkeys) << "registered" << shortcut.id << shortcut.displayForm() << "as" << hotKeyID;
+    }
+}
+
+void HotkeyManager::unregisterAll()
+{
+    m_registrar->ungrabAll();
+    m_actionIDs.clear();
+    m_registrationCount = 0;
+}
+
+void HotkeyManager::handle(quint32 hotKeyID)
+{
+    const auto it = m_actionIDs.constFind(hotKeyID);
+    if (it == m_actionIDs.cend())
+        return;
+    const QString &action = it.value();
+    AppCommanding *commander = m_commander.data();
+    if (action == QLatin1String("clipboard.open")) {
+        if (commander)
+            commander->toggleHub();
+    } else if (action == QLatin1String("mirror.toggle")) {
+        if (commander)
+            commander->toggleMirror();
+    } else if (action == QLatin1String("desktop.toggle")) {
+        if (commander)
+            commander->toggleDesktopCover();
+    } else {
+        return;
+    }
+    qCDebug(lcHotkeys) << "pressed" << action << (commander ? "" : "- ignored, no commander");
+}
