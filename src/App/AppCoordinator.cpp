@@ -43,7 +43,7 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
 }
 
 AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QObject *parent)
-    : AppCommanding(parent), m_platform(std::move(platform))
+    : AppCommanding(parent), m_platform(std::move(platform)), m_historyPath(locations.historyPath)
 {
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
@@ -84,7 +84,9 @@ void AppCoordinator::start()
     assertGuiThread();
     if (m_statusItemController)
         return;
-    m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this);
+    const QString databasePath =
+        m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
+    m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
 }

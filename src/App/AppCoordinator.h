@@ -86,6 +86,7 @@ private:
     void reportStatus(const QString &message) override;
 
     Platform m_platform;
+    QString m_historyPath;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;

@@ -3,6 +3,7 @@
 #include "App/AppCommanding.h"
 #include "App/AppState.h"
 #include "App/Logging.h"
+#include "UI/HubPopover.h"
 
 #include <QAction>
 #include <QKeySequence>
@@ -11,10 +12,13 @@
 #include <QPainterPath>
 #include <QPixmap>
 #include <QSystemTrayIcon>
+#include <QTimer>
 
-StatusItemController::StatusItemController(AppState *appState, AppCommanding *commander, QObject *parent)
+StatusItemController::StatusItemController(AppState *appState, AppCommanding *commander,
+                                           const QString &databasePath, QObject *parent)
     : QObject(parent), m_appState(appState), m_commander(commander), m_menu(std::make_unique<QMenu>()),
-      m_trayIcon(std::make_unique<QSystemTrayIcon>())
+      m_trayIcon(std::make_unique<QSystemTrayIcon>()),
+      m_popover(std::make_unique<HubPopover>(appState, commander, databasePath))
 {
     m_menu->setObjectName(QStringLiteral("statusItemMenu"));
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);
@@ -36,6 +40,8 @@ StatusItemController::StatusItemController(AppState *appState, AppCommanding *co
         qCInfo(lcApp) << "This desktop offers no system tray: no icon is shown; the global shortcut and"
                          " 'halcy show' still open Halcy";
     m_trayIcon->show();
+    // Build the hub once the tray icon is up, so that the first shortcut press shows it quickly.
+    QTimer::singleShot(0, m_popover.get(), &HubPopover::preload);
 }
 
 StatusItemController::~StatusItemController()
@@ -50,10 +56,18 @@ bool StatusItemController::isTrayAvailable() const
 
 void StatusItemController::togglePopover()
 {
-    qCInfo(lcApp) << "The hub is not available in this build";
+    m_popover->toggle(m_trayIcon->isVisible() ? m_trayIcon->geometry() : QRect());
 }
 
-void StatusItemController::closePopover() {}
+void StatusItemController::closePopover()
+{
+    m_popover->close();
+}
+
+bool StatusItemController::isPopoverShown() const
+{
+    return m_popover->isShown();
+}
 
 QString StatusItemController::toolTip(bool mirrorOpen)
 {

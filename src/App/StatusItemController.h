@@ -8,6 +8,7 @@
 
 class AppCommanding;
 class AppState;
+class HubPopover;
 class QMenu;
 class QSystemTrayIcon;
 
@@ -17,15 +18,19 @@ class StatusItemController final : public QObject
 {
     Q_OBJECT
 public:
-    StatusItemController(AppState *appState, AppCommanding *commander, QObject *parent = nullptr);
+    // `databasePath` lets the hub show image thumbnails; empty when history is in memory only.
+    StatusItemController(AppState *appState, AppCommanding *commander, const QString &databasePath,
+                         QObject *parent = nullptr);
     ~StatusItemController() override;
 
     bool isTrayAvailable() const;
     QSystemTrayIcon *trayIcon() const { return m_trayIcon.get(); }
     QMenu *menu() const { return m_menu.get(); }
+    HubPopover *popover() const { return m_popover.get(); }
 
     void togglePopover();
     void closePopover();
+    bool isPopoverShown() const;
 
     // Drawn in code: the plain glyph, or the coloured "active" one while the mirror is open.
     static QIcon makeIcon(bool mirrorOpen);
@@ -39,4 +44,5 @@ private:
     QPointer<AppCommanding> m_commander;
     std::unique_ptr<QMenu> m_menu;
     std::unique_ptr<QSystemTrayIcon> m_trayIcon;
+    std::unique_ptr<HubPopover> m_popover;
 };

@@ -1,0 +1,163 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// One history row. Click copies (formatted); Alt-click pastes as plain text; right click opens the
+// context menu.
+Rectangle {
+    id: row
+
+    required property int index
+    required property string title
+    required property string preview
+    required property string type
+    required property string typeName
+    required property string sourceAppName
+    required property bool isPinned
+    required property int quickNumber
+    required property bool isSelected
+    required property color swatchColor
+    required property string thumbnailSource
+    required property string accessibleName
+    required property QtObject theme
+    required property var hub
+
+    height: 52
+    radius: 8
+    color: isSelected ? theme.accent : (hover.hovered ? theme.rowHover : "transparent")
+
+    Accessible.role: Accessible.ListItem
+    Accessible.name: accessibleName
+    Accessible.description: title
+    Accessible.selected: isSelected
+    Accessible.onPressAction: hub.copyRow(index)
+
+    HoverHandler { id: hover }
+
+    MouseArea {
+        anchors.fill: parent
+        acceptedButtons: Qt.LeftButton | Qt.RightButton
+        onClicked: mouse => {
+            if (mouse.button === Qt.RightButton) {
+                contextMenu.popup();
+            } else if (mouse.modifiers & Qt.AltModifier) {
+                row.hub.pasteRow(row.index, true);
+            } else {
+                row.hub.copyRow(row.index);
+            }
+        }
+    }
+
+    Menu {
+        id: contextMenu
+        MenuItem { text: "Copy"; onTriggered: row.hub.copyRow(row.index) }
+        MenuItem { text: "Paste"; onTriggered: row.hub.pasteRow(row.index, false) }
+        MenuItem { text: "Paste as plain text"; onTriggered: row.hub.pasteRow(row.index, true) }
+        MenuSeparator {}
+        MenuItem { text: row.isPinned ? "Unpin" : "Pin"; onTriggered: row.hub.togglePinRow(row.index) }
+        MenuItem {
+            text: "Delete"
+            onTriggered: row.hub.deleteRow(row.index)
+            contentItem: Text {
+                text: "Delete"
+                color: "#d93a30"
+                font.pixelSize: 13
+                verticalAlignment: Text.AlignVCenter
+                leftPadding: 2
+            }
+        }
+    }
+
+    RowLayout {
+        anchors.fill: parent
+        anchors.leftMargin: 8
+        anchors.rightMargin: 8
+        spacing: 9
+
+        // Thumbnail for images, swatch for colours, the type icon otherwise.
+        Item {
+            Layout.preferredWidth: 30
+            Layout.preferredHeight: 30
+            Rectangle {
+                anchors.fill: parent
+                radius: 7
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.18) : row.theme.iconWell
+                visible: row.type !== "color" && !thumbnail.visible
+            }
+            Icon {
+                anchors.centerIn: parent
+                width: 16
+                height: 16
+                name: row.type
+                color: row.isSelected ? "white" : row.theme.secondaryText
+                visible: row.type !== "color" && !thumbnail.visible
+            }
+            Rectangle {
+                anchors.fill: parent
+                radius: 7
+                visible: row.type === "color"
+                color: row.swatchColor
+                border.color: row.isSelected ? "white" : row.theme.border
+                border.width: 1
+            }
+            Image {
+                id: thumbnail
+                anchors.fill: parent
+                source: row.thumbnailSource
+                sourceSize.width: 60
+                sourceSize.height: 60
+                fillMode: Image.PreserveAspectCrop
+                asynchronous: true
+                cache: true
+                visible: status === Image.Ready
+            }
+        }
+
+        ColumnLayout {
+            spacing: 1
+            Layout.fillWidth: true
+            Text {
+                text: row.title
+                color: row.isSelected ? "white" : row.theme.text
+                font.pixelSize: 13
+                font.weight: Font.Medium
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+                maximumLineCount: 1
+                Layout.fillWidth: true
+            }
+            Text {
+                text: row.preview
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.85) : row.theme.secondaryText
+                font.pixelSize: 11
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+                maximumLineCount: 1
+                Layout.fillWidth: true
+            }
+            Text {
+                text: row.sourceAppName
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.7) : row.theme.tertiaryText
+                font.pixelSize: 10
+                elide: Text.ElideRight
+                textFormat: Text.PlainText
+                Layout.fillWidth: true
+            }
+        }
+
+        Icon {
+            name: "pin"
+            visible: row.isPinned
+            color: row.isSelected ? "white" : row.theme.secondaryText
+            Layout.preferredWidth: 12
+            Layout.preferredHeight: 12
+        }
+        Text {
+            text: row.quickNumber
+            visible: row.quickNumber > 0
+            color: row.isSelected ? "white" : row.theme.tertiaryText
+            font.pixelSize: 11
+            font.family: "monospace"
+        }
+    }
+}

@@ -1,0 +1,146 @@
+#include "UI/HubController.h"
+
+#include "App/AppCommanding.h"
+#include "App/AppState.h"
+#include "UI/ClipboardListModel.h"
+
+#include <QGuiApplication>
+#include <QPalette>
+
+HubController::HubController(AppState *appState, AppCommanding *commander, QObject *parent)
+    : QObject(parent), m_appState(appState), m_commander(commander),
+      m_model(new ClipboardListModel(appState, this))
+{
+    // A new search starts at its best match, so Return takes the top result.
+    connect(appState, &AppState::searchQueryChanged, this, &HubController::selectNewest);
+    const QByteArray scheme = qgetenv("HALCY_COLOR_SCHEME");
+    if (scheme == "dark" || scheme == "light")
+        m_darkMode = scheme == "dark";
+    else
+        m_darkMode = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
+}
+
+HubController::~HubController() = default;
+
+AppState *HubController::appState() const
+{
+    return m_appState.data();
+}
+
+void HubController::setDarkMode(bool dark)
+{
+    if (m_darkMode == dark)
+        return;
+    m_darkMode = dark;
+    emit darkModeChanged();
+}
+
+void HubController::copyRow(int row)
+{
+    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    if (entry.id.isNull() || !m_appState || !m_commander)
+        return;
+    m_appState->setSelectedClipboardEntryID(entry.id);
+    m_commander->copyEntry(entry, PasteMode::formatted);
+}
+
+void HubController::pasteRow(int row, bool plainText)
+{
+    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    if (entry.id.isNull() || !m_commander)
+        return;
+    m_commander->pasteEntry(entry, plainText ? PasteMode::plainText : PasteMode::formatted);
+}
+
+void HubController::togglePinRow(int row)
+{
+    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    if (!entry.id.isNull() && m_commander)
+        m_commander->togglePin(entry.id);
+}
+
+void HubController::deleteRow(int row)
+{
+    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    if (!entry.id.isNull() && m_commander)
+        m_commander->deleteEntry(entry.id);
+}
+
+void HubController::clearRecentHistory()
+{
+    if (m_commander)
+        m_commander->clearRecentHistory();
+}
+
+void HubController::clearHistory()
+{
+    if (m_commander)
+        m_commander->clearHistory();
+}
+
+void HubController::openSettings()
+{
+    if (m_commander)
+        m_commander->openSettings();
+}
+
+void HubController::quit()
+{
+    if (m_commander)
+        m_commander->quit();
+}
+
+void HubController::toggleMirror()
+{
+    if (m_commander)
+        m_commander->toggleMirror();
+}
+
+void HubController::toggleDesktopCover()
+{
+    if (m_commander)
+        m_commander->toggleDesktopCover();
+}
+
+void HubController::moveSelection(int delta)
+{
+    const int count = m_model->rowCount();
+    if (count == 0 || !m_appState)
+        return;
+    const int current = m_model->selectedRow();
+    const int next = current < 0 ? (delta > 0 ? 0 : count - 1) : qBound(0, current + delta, count - 1);
+    m_appState->setSelectedClipboardEntryID(m_model->entryAt(next).id);
+}
+
+void HubController::activateSelection(bool pastePlainText)
+{
+    const int row = m_model->selectedRow();
+    if (row < 0)
+        return;
+    if (pastePlainText)
+        pasteRow(row, true);
+    else
+        copyRow(row);
+}
+
+bool HubController::pasteQuickNumber(int number)
+{
+    const int row = m_model->rowForQuickNumber(number);
+    if (row < 0)
+        return false;
+    pasteRow(row, false);
+    return true;
+}
+
+void HubController::selectNewest()
+{
+    if (!m_appState)
+        return;
+    const ClipboardHistoryEntries &visible = m_appState->visibleClipboardEntries();
+    m_appState->setSelectedClipboardEntryID(visible.isEmpty() ? QUuid() : visible.first().id);
+}
+
+void HubController::requestClose()
+{
+    emit closeRequested();
+}

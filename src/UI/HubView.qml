@@ -1,0 +1,355 @@
+import QtQuick
+import QtQuick.Controls
+import QtQuick.Layouts
+
+// The hub: header, the two tool cards, and the searchable clipboard history.
+Rectangle {
+    id: root
+
+    required property var hub
+    readonly property var appState: hub.appState
+    readonly property bool searching: appState.searchQuery.trim().length > 0
+
+    // Called by the popover each time it opens.
+    function prepareForShow() {
+        hub.selectNewest();
+        searchField.forceActiveFocus();
+        list.positionViewAtBeginning();
+    }
+
+    width: 344
+    height: 560
+    color: theme.background
+    border.color: theme.border
+    border.width: 1
+    radius: 2
+
+    readonly property QtObject theme: QtObject {
+        readonly property bool dark: root.hub.darkMode
+        readonly property color background: dark ? "#1c1d22" : "#f7f7f9"
+        readonly property color card: dark ? "#26272e" : "#ffffff"
+        readonly property color cardHover: dark ? "#2e2f37" : "#f0f1f4"
+        readonly property color rowHover: dark ? "#2a2b32" : "#ebecf0"
+        readonly property color iconWell: dark ? "#30313a" : "#e9eaee"
+        readonly property color border: dark ? "#363741" : "#dfe0e6"
+        readonly property color text: dark ? "#f2f2f4" : "#14151a"
+        readonly property color secondaryText: dark ? "#a3a5af" : "#5d606b"
+        readonly property color tertiaryText: dark ? "#7c7e88" : "#8a8d97"
+        readonly property color accent: "#3d7eff"
+        readonly property color destructive: "#d93a30"
+    }
+
+    Keys.onEscapePressed: hub.requestClose()
+
+    ColumnLayout {
+        anchors.fill: parent
+        anchors.margins: 14
+        spacing: 10
+
+        // Header
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 4
+            BrandMark {
+                ink: root.theme.text
+                glyphBody: root.theme.background
+            }
+            Item { Layout.fillWidth: true }
+            HubIconButton {
+                iconName: "gear"
+                label: "Settings"
+                theme: root.theme
+                onClicked: root.hub.openSettings()
+            }
+            HubIconButton {
+                iconName: "power"
+                label: "Quit Halcy"
+                theme: root.theme
+                onClicked: root.hub.quit()
+            }
+        }
+        Text {
+            text: "Halcy lives quietly in your system tray. Click the status icon or use your global hotkeys to activate tools instantly."
+            color: root.theme.secondaryText
+            font.pixelSize: 11
+            wrapMode: Text.WordWrap
+            Layout.fillWidth: true
+        }
+
+        // Tool cards
+        RowLayout {
+            Layout.fillWidth: true
+            spacing: 8
+            QuickActionCard {
+                objectName: "mirrorCard"
+                title: "Mirror"
+                subtitle: "Control-Super-M"
+                iconName: "video"
+                isOn: root.appState.mirrorOpen
+                isEnabled: root.appState.mirrorEnabled
+                theme: root.theme
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                onActivated: root.hub.toggleMirror()
+            }
+            QuickActionCard {
+                objectName: "desktopCard"
+                title: "Hide Desktop"
+                subtitle: "Control-Super-D"
+                iconName: "desktop"
+                isOn: root.appState.desktopHidden
+                isEnabled: root.appState.desktopEnabled
+                theme: root.theme
+                Layout.fillWidth: true
+                Layout.preferredWidth: 1
+                onActivated: root.hub.toggleDesktopCover()
+            }
+        }
+
+        // Clipboard off
+        EmptyState {
+            visible: !root.appState.clipboardEnabled
+            objectName: "clipboardOffState"
+            title: "Clipboard off"
+            iconName: "clipboard"
+            description: "Turn it back on in Settings."
+            theme: root.theme
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+        }
+
+        // Search and Clear
+        RowLayout {
+            visible: root.appState.clipboardEnabled
+            Layout.fillWidth: true
+            spacing: 6
+
+            Rectangle {
+                Layout.fillWidth: true
+                Layout.preferredHeight: 32
+                radius: 8
+                color: root.theme.card
+                border.color: searchField.activeFocus ? root.theme.accent : root.theme.border
+                border.width: 1
+
+                RowLayout {
+                    anchors.fill: parent
+                    anchors.leftMargin: 9
+                    anchors.rightMargin: 6
+                    spacing: 5
+                    Icon {
+                        name: "search"
+                        color: root.theme.secondaryText
+                        Layout.preferredWidth: 14
+                        Layout.preferredHeight: 14
+                    }
+                    TextField {
+                        id: searchField
+                        objectName: "searchField"
+                        Layout.fillWidth: true
+                        placeholderText: "Search clipboard"
+                        placeholderTextColor: root.theme.tertiaryText
+                        color: root.theme.text
+                        font.pixelSize: 13
+                        background: null
+                        leftPadding: 0
+                        rightPadding: 0
+                        selectByMouse: true
+                        text: root.appState.searchQuery
+                        onTextEdited: root.appState.searchQuery = text
+                        Accessible.name: "Search clipboard"
+
+                        Keys.onPressed: event => {
+                            const alt = (event.modifiers & Qt.AltModifier) !== 0;
+                            if (event.key === Qt.Key_Down) {
+                                root.hub.moveSelection(1);
+                            } else if (event.key === Qt.Key_Up) {
+                                root.hub.moveSelection(-1);
+                            } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                                root.hub.activateSelection(alt);
+                            } else if (alt && event.key >= Qt.Key_1 && event.key <= Qt.Key_9) {
+                                root.hub.pasteQuickNumber(event.key - Qt.Key_0);
+                            } else if (event.key === Qt.Key_Escape) {
+                                root.hub.requestClose();
+                            } else {
+                                return;
+                            }
+                            event.accepted = true;
+                        }
+                    }
+                    HubIconButton {
+                        visible: searchField.text.length > 0
+                        iconName: "clear"
+                        label: "Clear search"
+                        theme: root.theme
+                        iconSize: 13
+                        implicitWidth: 22
+                        implicitHeight: 22
+                        onClicked: {
+                            root.appState.searchQuery = "";
+                            searchField.forceActiveFocus();
+                        }
+                    }
+                }
+            }
+
+            Button {
+                id: clearButton
+                objectName: "clearMenuButton"
+                flat: true
+                hoverEnabled: true
+                implicitHeight: 32
+                ToolTip.visible: hovered
+                ToolTip.text: "Clear clipboard history"
+                ToolTip.delay: 600
+                Accessible.name: "Clear"
+                Accessible.description: "Clear clipboard history"
+                contentItem: Row {
+                    spacing: 5
+                    Icon {
+                        name: "trash"
+                        color: root.theme.secondaryText
+                        width: 14
+                        height: 14
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                    Text {
+                        text: "Clear"
+                        color: root.theme.secondaryText
+                        font.pixelSize: 12
+                        anchors.verticalCenter: parent.verticalCenter
+                    }
+                }
+                background: Rectangle {
+                    radius: 8
+                    color: clearButton.hovered ? root.theme.rowHover : "transparent"
+                }
+                onClicked: clearMenu.popup(clearButton, 0, clearButton.height)
+
+                Menu {
+                    id: clearMenu
+                    objectName: "clearMenu"
+                    MenuItem {
+                        text: "Clear last 30 minutes"
+                        onTriggered: root.hub.clearRecentHistory()
+                    }
+                    MenuItem {
+                        text: "Clear all history"
+                        onTriggered: root.hub.clearHistory()
+                        contentItem: Text {
+                            text: "Clear all history"
+                            color: root.theme.destructive
+                            font.pixelSize: 13
+                            verticalAlignment: Text.AlignVCenter
+                            leftPadding: 2
+                        }
+                    }
+                }
+            }
+        }
+
+        // History
+        ListView {
+            id: list
+            objectName: "historyList"
+            visible: root.appState.clipboardEnabled && count > 0
+            Layout.fillWidth: true
+            Layout.fillHeight: true
+            clip: true
+            spacing: 2
+            model: root.hub.model
+            boundsBehavior: Flickable.StopAtBounds
+            reuseItems: true
+            Accessible.role: Accessible.List
+            Accessible.name: "Clipboard history"
+            ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
+
+            section.property: root.searching ? "" : "section"
+            section.criteria: ViewSection.FullString
+            section.delegate: Text {
+                required property string section
+                text: section
+                color: root.theme.tertiaryText
+                font.pixelSize: 11
+                font.weight: Font.DemiBold
+                topPadding: 6
+                bottomPadding: 3
+                leftPadding: 6
+                Accessible.role: Accessible.Heading
+                Accessible.name: section
+            }
+
+            delegate: ClipboardRow {
+                width: ListView.view.width
+                theme: root.theme
+                hub: root.hub
+            }
+
+            Connections {
+                target: root.hub.model
+                function onSelectedRowChanged() {
+                    if (root.hub.model.selectedRow >= 0)
+                        list.positionViewAtIndex(root.hub.model.selectedRow, ListView.Contain);
+                }
+            }
+        }
+
+        EmptyState {
+            visible: root.appState.clipboardEnabled && list.count === 0
+            objectName: root.searching ? "noMatchesState" : "emptyHistoryState"
+            title: root.searching ? "No matches" : "Nothing copied yet"
+            iconName: root.searching ? "search-doc" : "clipboard"
+            description: root.searching ? "Try another search." : "Copied items will appear here."
+            theme: root.theme
+            Layout.fillWidth: true
+            Layout.preferredHeight: 180
+        }
+        Item {
+            visible: root.appState.clipboardEnabled && list.count === 0
+            Layout.fillHeight: true
+        }
+
+        // Footer: the hint, or the latest status line for a few seconds.
+        RowLayout {
+            visible: root.appState.clipboardEnabled
+            Layout.fillWidth: true
+            spacing: 6
+            Icon {
+                name: "cursor"
+                color: root.theme.tertiaryText
+                Layout.preferredWidth: 13
+                Layout.preferredHeight: 13
+            }
+            Text {
+                id: footerHint
+                objectName: "footerHint"
+                text: statusTimer.running ? root.appState.clipboardStatusMessage : "Click to copy · Alt paste plain"
+                color: root.theme.tertiaryText
+                font.pixelSize: 11
+                elide: Text.ElideRight
+                Layout.fillWidth: true
+                Accessible.role: Accessible.StaticText
+                Accessible.name: text
+            }
+            Text {
+                objectName: "entryCount"
+                text: root.hub.model.count
+                color: root.theme.tertiaryText
+                font.pixelSize: 11
+                font.family: "monospace"
+                Accessible.name: text + " items"
+            }
+            Timer {
+                id: statusTimer
+                interval: 3000
+            }
+            Connections {
+                target: root.appState
+                function onClipboardStatusMessageChanged() {
+                    if (root.appState.clipboardStatusMessage.length > 0)
+                        statusTimer.restart();
+                }
+            }
+        }
+    }
+}
