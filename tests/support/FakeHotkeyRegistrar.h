@@ -1,0 +1,76 @@
+#pragma once
+
+#include "Platform/HotkeyRegistrar.h"
+
+#include <QList>
+#include <QSet>
+
+#include <algorithm>
+
+// Grabs in a list instead of on the desktop. Tests mark keys as taken by another program and press
+// combinations; a press reaches only a live grab, as on a real desktop.
+class FakeHotkeyRegistrar final : public HotkeyRegistrar
+{
+public:
+    struct Grab
+    {
+        quint32 id;
+        Qt::Key key;
+        QList<Modifier> modifiers;
+    };
+
+    using HotkeyRegistrar::HotkeyRegistrar;
+
+    void setTaken(Qt::Key key) { m_taken.insert(key); }
+    const QList<Grab> &grabs() const { return m_grabs; }
+    int grabCalls() const { return m_grabCalls; }
+    int ungrabAllCalls() const { return m_ungrabAllCalls; }
+
+    // Presses key + modifiers (in any order); true when a live grab took the press.
+    bool press(Qt::Key key, const QList<Modifier> &modifiers)
+    {
+        for (const Grab &grab : std::as_const(m_grabs)) {
+            if (grab.key == key && sameSet(grab.modifiers, modifiers)) {
+                Q_EMIT pressed(grab.id);
+                return true;
+            }
+        }
+        return false;
+    }
+
+    bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) override
+    {
+        ++m_grabCalls;
+        m_grabs.erase(std::remove_if(m_grabs.begin(), m_grabs.end(), [id](const Grab &g) { return g.id == id; }),
+                      m_grabs.end());
+        if (m_taken.contains(key))
+            return false;
+        m_grabs.append({id, key, modifiers});
+        return true;
+    }
+
+    void ungrabAll() override
+    {
+        ++m_ungrabAllCalls;
+        m_grabs.clear();
+    }
+
+private:
+    static bool sameSet(const QList<Modifier> &a, const QList<Modifier> &b)
+    {
+        for (const Modifier m : a) {
+            if (!b.contains(m))
+                return false;
+        }
+        for (const Modifier m : b) {
+            if (!a.contains(m))
+                return false;
+        }
+        return true;
+    }
+
+    QSet<Qt::Key> m_taken;
+    QList<Grab> m_grabs;
+    int m_grabCalls = 0;
+    int m_ungrabAllCalls = 0;
+};
