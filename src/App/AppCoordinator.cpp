@@ -6,6 +6,8 @@
 #include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
+#include "Hotkeys/HotkeyManager.h"
+#include "Platform/HotkeyRegistrar.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
@@ -49,6 +51,8 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
     m_appState = std::make_unique<AppState>(m_preferences.get());
     m_pasteService =
         std::make_unique<PasteService>(m_platform.pasteboard.get(), m_platform.keystrokePoster.get());
+    m_hotkeyManager =
+        std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
         // Seeded with the current change count: what is on the clipboard at launch is not new.
@@ -87,6 +91,7 @@ void AppCoordinator::start()
     const QString databasePath =
         m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
     m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
+    m_hotkeyManager->start(this);
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
 }
@@ -98,6 +103,8 @@ void AppCoordinator::shutdown()
     m_shutDown = true;
     qCInfo(lcApp) << "Shutting down";
     m_clipboardMonitor.reset();
+    // Releases the key grabs, so the combinations are free for other programs at once.
+    m_hotkeyManager.reset();
     m_statusItemController.reset();
 }
 

@@ -11,6 +11,8 @@
 class AppState;
 class ClipboardStore;
 class FrontmostApplication;
+class HotkeyManager;
+class HotkeyRegistrar;
 class KeystrokePoster;
 class Pasteboard;
 class PasteService;
@@ -36,6 +38,8 @@ public:
         std::unique_ptr<Pasteboard> pasteboard;
         std::unique_ptr<KeystrokePoster> keystrokePoster;
         std::unique_ptr<FrontmostApplication> frontmostApplication;
+        // Null: the registrar of the running platform.
+        std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
         static Platform createDefault();
 
         Platform();
@@ -58,6 +62,7 @@ public:
     AppState *appState() const { return m_appState.get(); }
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
+    HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
 
     void toggleHub() override;
@@ -91,6 +96,7 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
     bool m_shutDown = false;

@@ -5,6 +5,7 @@
 #include "Clipboard/ClipboardHistoryEntry.h"
 #include "Clipboard/PasteMode.h"
 #include "Desktop/DesktopCoverConfiguration.h"
+#include "Hotkeys/KeyboardShortcutDescriptor.h"
 #include "Mirror/MirrorShape.h"
 
 #include <QColor>
@@ -74,6 +75,8 @@ public:
     QString updateMessage() const { return m_updateMessage; }
     bool isCheckingForUpdates() const { return m_isCheckingForUpdates; }
     SettingsTab selectedSettingsTab() const { return m_selectedSettingsTab; }
+    // The fixed table of global shortcuts.
+    const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
 
     void setClipboardEnabled(bool value);
     void setMirrorEnabled(bool value);
@@ -166,4 +169,5 @@ private:
     QString m_updateMessage;
     bool m_isCheckingForUpdates = false;
     SettingsTab m_selectedSettingsTab = SettingsTab::general;
+    const QList<KeyboardShortcutDescriptor> m_shortcuts = KeyboardShortcutDescriptor::defaultTable();
 };

@@ -2,7 +2,9 @@
 #include "App/AppState.h"
 #include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
+#include "Hotkeys/HotkeyManager.h"
 #include "FakeFrontmostApplication.h"
+#include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 #include "TestEnvironment.h"
@@ -80,30 +82,37 @@ private slots:
     void startIsIdempotentAndLaunchContentIsNotCaptured()
     {
         m_coordinator.reset();
-        m_env = std::make_unique<TestEnvironment>();
-        makeCoordinator();
-        m_pasteboard->copyText(QStringLiteral("copied before launch"));
-        m_coordinator.reset();
         // A clipboard that already holds something when Halcy starts.
         AppCoordinator::Platform platform;
         auto pasteboard = std::make_unique<FakePasteboard>();
         pasteboard->copyText(QStringLiteral("copied before launch"));
         m_pasteboard = pasteboard.get();
+        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
+        FakeHotkeyRegistrar *hotkeys = registrar.get();
         platform.pasteboard = std::move(pasteboard);
         platform.keystrokePoster = std::make_unique<FakeKeystrokePoster>();
         platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
+        platform.hotkeyRegistrar = std::move(registrar);
         m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+        QCOMPARE(hotkeys->grabCalls(), 0);
 
         m_coordinator->start();
         StatusItemController *first = m_coordinator->statusItemController();
         m_coordinator->start();
         QCOMPARE(m_coordinator->statusItemController(), first);
+        QCOMPARE(hotkeys->grabCalls(), 3);
         QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
 
         m_coordinator->clipboardMonitor()->poll();
         QVERIFY(state()->clipboardEntries().isEmpty());
         copyElsewhere(QStringLiteral("copied after launch"));
         QCOMPARE(state()->clipboardEntries().size(), 1);
+
+        // The hub shortcut opens the hub and closes it again.
+        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::command, Modifier::shift}));
+        QTRY_VERIFY(first->isPopoverShown());
+        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::shift, Modifier::command}));
+        QTRY_VERIFY(!first->isPopoverShown());
     }
 
     void historyIsLoadedAtLaunchWithoutSelection()
