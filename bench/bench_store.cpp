@@ -22,10 +22,12 @@ constexpr int limit = ClipboardStore::defaultHistoryLimit;
 
 ClipboardCapture capture(int index, const QDateTime &when)
 {
-    const QString text = QStringLiteral("Clipboard text number %1: the quick brown fox jumps over the lazy dog, "
-                                        "then copies another line of a document to the clipboard.")
-                             .arg(index);
-    std::optional<ClipboardCapture> result = ClipboardCapture::fromString(text, QStringLiteral("Text Editor"));
+    const QString text =
+        QStringLiteral("Clipboard text number %1: the quick brown fox jumps over the lazy dog, "
+                       "then copies another line of a document to the clipboard.")
+            .arg(index);
+    std::optional<ClipboardCapture> result =
+        ClipboardCapture::fromString(text, QStringLiteral("Text Editor"));
     Q_ASSERT(result);
     result->timestamp = when;
     return *result;
@@ -35,7 +37,8 @@ void report(const char *what, std::vector<qint64> nanoseconds)
 {
     std::sort(nanoseconds.begin(), nanoseconds.end());
     const auto at = [&](double fraction) {
-        return nanoseconds[std::min(nanoseconds.size() - 1, size_t(fraction * double(nanoseconds.size())))] / 1e6;
+        return nanoseconds[std::min(nanoseconds.size() - 1, size_t(fraction * double(nanoseconds.size())))] /
+               1e6;
     };
     std::printf("%-44s n=%-5zu median %7.3f ms   p95 %7.3f ms   worst %7.3f ms\n", what, nanoseconds.size(),
                 at(0.5), at(0.95), nanoseconds.back() / 1e6);
@@ -46,8 +49,9 @@ void report(const char *what, std::vector<qint64> nanoseconds)
 int main(int argc, char *argv[])
 {
     QCoreApplication app(argc, argv);
-    QTemporaryDir folder(app.arguments().size() > 1 ? app.arguments().at(1) + QStringLiteral("/bench-store-XXXXXX")
-                                                    : QString());
+    QTemporaryDir folder(app.arguments().size() > 1
+                             ? app.arguments().at(1) + QStringLiteral("/bench-store-XXXXXX")
+                             : QString());
     if (!folder.isValid()) {
         std::fprintf(stderr, "cannot create a temporary folder\n");
         return 1;
@@ -111,7 +115,8 @@ int main(int argc, char *argv[])
         reads.push_back(timer.nsecsElapsed());
     }
 
-    std::printf("history: %d unpinned + 5 pinned records, %lld entries read\n", limit, static_cast<long long>(count));
+    std::printf("history: %d unpinned + 5 pinned records, %lld entries read\n", limit,
+                static_cast<long long>(count));
     report("insert new text + trim (at the limit)", inserts);
     report("insert known text (refresh, no trim)", refreshes);
     report("entries() of all records", reads);

@@ -63,12 +63,16 @@ int main(int argc, char *argv[])
         std::printf("%llu\n", static_cast<unsigned long long>(number));
         std::fflush(stdout);
 
+        // Only pins: unpinning may leave one record over the limit until the next insert trims.
         if (number % 11 == 0) {
-            const ClipboardHistoryEntries entries = store->entries();
-            const auto index = QRandomGenerator::global()->bounded(qMax(1, int(entries.size())));
-            if (!entries.isEmpty() && !store->togglePin(entries.at(index).id, &error)) {
-                std::fprintf(stderr, "pin failed: %s\n", qPrintable(error));
-                return 1;
+            ClipboardHistoryEntries unpinned = store->entries();
+            unpinned.removeIf([](const ClipboardHistoryEntry &entry) { return entry.isPinned; });
+            if (!unpinned.isEmpty()) {
+                const auto index = QRandomGenerator::global()->bounded(int(unpinned.size()));
+                if (!store->togglePin(unpinned.at(index).id, &error)) {
+                    std::fprintf(stderr, "pin failed: %s\n", qPrintable(error));
+                    return 1;
+                }
             }
         }
         if (number % 17 == 0) {

@@ -702,6 +702,12 @@ private slots:
             const qint64 lastSaved = output.left(output.lastIndexOf('\n')).split('\n').last().toLongLong();
             qInfo("round %d: killed after %d ms, %lld captures saved", round, delayMs, lastSaved);
 
+            QVERIFY(QFileInfo::exists(path + QStringLiteral("-wal")));
+            QString error;
+            const auto store = ClipboardStore::open(path, limit, &error);
+            QVERIFY2(store, qPrintable(error));
+            // Checked beside the open store, so that the store is the one that found the log left by the
+            // kill.
             {
                 RawDatabase raw(path);
                 QVERIFY(raw.isOpen());
@@ -712,10 +718,6 @@ private slots:
                                               "HAVING count(*) > 1")),
                     QStringList{});
             }
-
-            QString error;
-            const auto store = ClipboardStore::open(path, limit, &error);
-            QVERIFY2(store, qPrintable(error));
             const ClipboardHistoryEntries entries = store->entries(&error);
             QVERIFY2(error.isEmpty(), qPrintable(error));
             qsizetype unpinned = 0;
