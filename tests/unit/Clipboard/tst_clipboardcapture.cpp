@@ -2,15 +2,6 @@
 
 #include <QTest>
 
-namespace {
-
-QString repeated(const QString &unit, int count)
-{
-    return unit.repeated(count);
-}
-
-} // namespace
-
 class TestClipboardCapture final : public QObject
 {
     Q_OBJECT
@@ -48,8 +39,6 @@ void TestClipboardCapture::classifiesStrings_data()
     QTest::addRow("https with host is a link titled by host")
         << "https://example.com/path?q=1" << link << "example.com"
         << "https://example.com/path?q=1";
-    QTest::addRow("http is a link") << "http://intranet.local:8080/" << link << "intranet.local"
-                                    << "http://intranet.local:8080/";
     QTest::addRow("link without host is titled by its text") << "http:foo" << link << "http:foo"
                                                              << "http:foo";
     QTest::addRow("international host") << "https://bücher.de/x" << link << "bücher.de"
@@ -65,8 +54,6 @@ void TestClipboardCapture::classifiesStrings_data()
                                  << "ftp://example.com/file";
     QTest::addRow("capital H scheme is text") << "Https://example.com" << text << "Https://example.com"
                                               << "Https://example.com";
-    QTest::addRow("upper-case scheme is text") << "HTTP://EXAMPLE.COM" << text << "HTTP://EXAMPLE.COM"
-                                               << "HTTP://EXAMPLE.COM";
     QTest::addRow("address followed by prose is text")
         << "https://example.com is down" << text << "https://example.com is down"
         << "https://example.com is down";
@@ -95,10 +82,6 @@ void TestClipboardCapture::classifiesStrings_data()
                                           << "#abcde";
     QTest::addRow("seven digits are text") << "#abcdef0" << text << "#abcdef0"
                                            << "#abcdef0";
-    QTest::addRow("seven digits without hash are text") << "abcdef0" << text << "abcdef0"
-                                                        << "abcdef0";
-    QTest::addRow("nine digits are text") << "#abcdef012" << text << "#abcdef012"
-                                          << "#abcdef012";
     QTest::addRow("non-hex letter is text") << "#abcdeg" << text << "#abcdeg"
                                             << "#abcdeg";
     QTest::addRow("two hashes are text") << "##abcdef" << text << "##abcdef"
@@ -169,15 +152,13 @@ void TestClipboardCapture::shortensToUserPerceivedCharacters_data()
     const QString flag = QStringLiteral("\U0001F1E9\U0001F1EA");
     const QString zalgo = QStringLiteral("a") + QString(12, QChar(0x0301)); // one character, 13 units
 
-    QTest::addRow("combining marks at the limit") << repeated(eAcute, 5) << 5 << repeated(eAcute, 5);
-    QTest::addRow("combining marks past the limit")
-        << repeated(eAcute, 6) << 5 << repeated(eAcute, 5) + "...";
-    QTest::addRow("emoji sequences at the limit") << repeated(family, 3) << 3 << repeated(family, 3);
-    QTest::addRow("emoji sequences past the limit")
-        << repeated(family, 4) << 3 << repeated(family, 3) + "...";
-    QTest::addRow("flags are not split") << repeated(flag, 3) << 2 << repeated(flag, 2) + "...";
-    QTest::addRow("long clusters past the limit") << repeated(zalgo, 73) << 72 << repeated(zalgo, 72) + "...";
-    QTest::addRow("long clusters at the limit") << repeated(zalgo, 72) << 72 << repeated(zalgo, 72);
+    QTest::addRow("combining marks at the limit") << eAcute.repeated(5) << 5 << eAcute.repeated(5);
+    QTest::addRow("combining marks past the limit") << eAcute.repeated(6) << 5 << eAcute.repeated(5) + "...";
+    QTest::addRow("emoji sequences at the limit") << family.repeated(3) << 3 << family.repeated(3);
+    QTest::addRow("emoji sequences past the limit") << family.repeated(4) << 3 << family.repeated(3) + "...";
+    QTest::addRow("flags are not split") << flag.repeated(3) << 2 << flag.repeated(2) + "...";
+    QTest::addRow("long clusters past the limit") << zalgo.repeated(73) << 72 << zalgo.repeated(72) + "...";
+    QTest::addRow("long clusters at the limit") << zalgo.repeated(72) << 72 << zalgo.repeated(72);
     QTest::addRow("line feed counts as a character") << "ab\ncd" << 4 << "ab c...";
     QTest::addRow("line feeds at the ends are trimmed") << "\nabc\n" << 5 << "abc";
     QTest::addRow("blank after the cut is trimmed") << "abcd efgh" << 4 << "abcd...";
