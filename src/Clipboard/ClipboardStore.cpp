@@ -521,11 +521,11 @@ ClipboardStore::ClipboardStore(QString connectionName, QString path, int history
 ClipboardStore::~ClipboardStore()
 {
     assertMainThread();
-    if (m_database.isValid()) {
-        m_database.close();
-        m_database = QSqlDatabase();
+    // The handle must be gone before the connection is removed, or Qt keeps it alive and complains.
+    m_database.close();
+    m_database = QSqlDatabase();
+    if (QSqlDatabase::contains(m_connectionName))
         QSqlDatabase::removeDatabase(m_connectionName);
-    }
 }
 
 bool ClipboardStore::connect(QString *error)
