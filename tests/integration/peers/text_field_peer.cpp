@@ -3,8 +3,10 @@
 //   text_field_peer [--class WM_CLASS_CLASS] [--title TITLE]
 //
 // Prints "ready <window id>" once its window is shown. Each "text" line on standard input is answered
-// with "text <current contents>"; at the end of input or on SIGTERM it prints "final <contents>" and exits.
+// with "text <current contents>", each "focus" line with "focus 1" once the field has the keyboard focus
+// (else "focus 0"); at the end of input or on SIGTERM it prints "final <contents>" and exits.
 #include <QApplication>
+#include <QKeyEvent>
 #include <QLineEdit>
 #include <QSocketNotifier>
 
@@ -51,6 +53,21 @@ int main(int argc, char **argv)
     std::signal(SIGTERM, onTerminate);
 
     QLineEdit field;
+    // Key events on stderr help to tell a missed keystroke from a failed clipboard transfer.
+    struct KeyLogger : QObject
+    {
+        bool eventFilter(QObject *, QEvent *event) override
+        {
+            if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
+                const auto *key = static_cast<QKeyEvent *>(event);
+                std::fprintf(stderr, "%s key=0x%x modifiers=0x%x native=%u\n",
+                             event->type() == QEvent::KeyPress ? "press" : "release", key->key(),
+                             unsigned(key->modifiers()), key->nativeScanCode());
+            }
+            return false;
+        }
+    } keyLogger;
+    field.installEventFilter(&keyLogger);
     field.setWindowTitle(title);
     field.resize(400, 40);
     field.show();
@@ -81,6 +98,8 @@ int main(int argc, char **argv)
             pending.remove(0, newline + 1);
             if (command == "text")
                 say("text " + field.text().toUtf8());
+            else if (command == "focus")
+                say(field.isActiveWindow() && field.hasFocus() ? "focus 1" : "focus 0");
         }
     });
 
