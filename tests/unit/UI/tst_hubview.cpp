@@ -1,0 +1,203 @@
+#include "App/AppState.h"
+#include "App/Preferences.h"
+#include "RecordingCommander.h"
+#include "TestEnvironment.h"
+#include "UI/ClipboardListModel.h"
+#include "UI/HubController.h"
+#include "UI/HubPopover.h"
+
+#include <QQuickItem>
+#include <QQuickView>
+#include <QTest>
+
+namespace {
+
+ClipboardHistoryEntry makeEntry(const QString &title, int secondsAgo, bool pinned = false)
+{
+    ClipboardHistoryEntry entry;
+    entry.id = QUuid::createUuid();
+    entry.title = title;
+    entry.preview = title;
+    entry.sourceAppName = QStringLiteral("Editor");
+    entry.timestamp = QDateTime::currentDateTime().addSecs(-secondsAgo);
+    entry.isPinned = pinned;
+    entry.textContent = title;
+    return entry;
+}
+
+} // namespace
+
+// HubView.qml driven like a person would: keys into the search field, clicks on rows and cards.
+class tst_HubView : public QObject
+{
+    Q_OBJECT
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
+    std::unique_ptr<Preferences> m_preferences;
+    std::unique_ptr<AppState> m_state;
+    std::unique_ptr<RecordingCommander> m_commander;
+    std::unique_ptr<HubPopover> m_popover;
+    ClipboardHistoryEntries m_entries;
+
+    QQuickView *view() const { return m_popover->view(); }
+
+    QQuickItem *item(const char *objectName) const
+    {
+        return view()->rootObject()->findChild<QQuickItem *>(QLatin1String(objectName));
+    }
+
+    bool isShowing(const char *objectName) const
+    {
+        QQuickItem *found = item(objectName);
+        return found && found->isVisible();
+    }
+
+    QQuickItem *rowAt(int row) const
+    {
+        auto *list = item("historyList");
+        const auto children = list->property("contentItem").value<QQuickItem *>()->childItems();
+        for (QQuickItem *child : children) {
+            if (child->property("index").toInt() == row && child->property("title").isValid())
+                return child;
+        }
+        return nullptr;
+    }
+
+    void type(const QString &text)
+    {
+        for (const QChar ch : text)
+            QTest::keyClick(view(), ch.toLatin1());
+    }
+
+    void click(QQuickItem *target, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
+               Qt::MouseButton button = Qt::LeftButton)
+    {
+        QVERIFY(target);
+        const QPointF centre = target->mapToScene(QPointF(target->width() / 2, target->height() / 2));
+        QTest::mouseClick(view(), button, modifiers, centre.toPoint());
+    }
+
+private slots:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        m_preferences = std::make_unique<Preferences>();
+        m_state = std::make_unique<AppState>(m_preferences.get());
+        m_commander = std::make_unique<RecordingCommander>();
+        m_entries = {makeEntry(QStringLiteral("first"), 10), makeEntry(QStringLiteral("second"), 20),
+                     makeEntry(QStringLiteral("third"), 30)};
+        m_state->applyEntries(m_entries);
+        m_popover = std::make_unique<HubPopover>(m_state.get(), m_commander.get(), QString());
+        m_popover->show(QRect(100, 0, 24, 24));
+        QVERIFY(QTest::qWaitForWindowExposed(view()));
+        QCOMPARE(view()->status(), QQuickView::Ready);
+    }
+    void cleanup()
+    {
+        m_popover.reset();
+        m_commander.reset();
+        m_state.reset();
+        m_preferences.reset();
+        m_env.reset();
+    }
+
+    void opensWithTheNewestSelectedAndTypingInTheSearch()
+    {
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.first().id);
+        type(QStringLiteral("sec"));
+        QCOMPARE(m_state->searchQuery(), QStringLiteral("sec"));
+        QCOMPARE(m_popover->controller()->model()->rowCount(), 1);
+        // A new search selects its best match, so Return takes it.
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(1).id);
+    }
+
+    void emptyAndNoMatchStates()
+    {
+        QVERIFY(isShowing("historyList"));
+        type(QStringLiteral("zzzz"));
+        QTRY_VERIFY(isShowing("noMatchesState"));
+        QVERIFY(!isShowing("historyList"));
+
+        m_state->setSearchQuery(QString());
+        QTRY_VERIFY(isShowing("historyList"));
+
+        m_state->applyEntries({});
+        QTRY_VERIFY(isShowing("emptyHistoryState"));
+        QCOMPARE(item("entryCount")->property("text").toString(), QStringLiteral("0"));
+    }
+
+    void clipboardOffShowsOnlyThatState()
+    {
+        m_state->setClipboardEnabled(false);
+        QTRY_VERIFY(isShowing("clipboardOffState"));
+        QVERIFY(!isShowing("historyList"));
+        QVERIFY(!isShowing("searchField"));
+    }
+
+    void keyboardMovesCopiesAndPastes()
+    {
+        QTest::keyClick(view(), Qt::Key_Down);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(1).id);
+        QTest::keyClick(view(), Qt::Key_Return);
+        QCOMPARE(m_commander->calls, QStringList({QStringLiteral("copyEntry")}));
+        QCOMPARE(m_commander->lastEntry.id, m_entries.at(1).id);
+        QCOMPARE(m_commander->lastMode, PasteMode::formatted);
+
+        QTest::keyClick(view(), Qt::Key_Return, Qt::AltModifier);
+        QCOMPARE(m_commander->calls.last(), QStringLiteral("pasteEntry"));
+        QCOMPARE(m_commander->lastMode, PasteMode::plainText);
+
+        QTest::keyClick(view(), Qt::Key_3, Qt::AltModifier);
+        QCOMPARE(m_commander->calls.last(), QStringLiteral("pasteEntry"));
+        QCOMPARE(m_commander->lastEntry.id, m_entries.at(2).id);
+        QCOMPARE(m_commander->lastMode, PasteMode::formatted);
+        QCOMPARE(m_state->searchQuery(), QString()); // Alt+digit never types into the search
+
+        QTest::keyClick(view(), Qt::Key_Up);
+        QTest::keyClick(view(), Qt::Key_Up);
+        QTest::keyClick(view(), Qt::Key_Up);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
+
+        QTest::keyClick(view(), Qt::Key_Escape);
+        QVERIFY(!m_popover->isShown());
+    }
+
+    void rowClicksCopyOrPastePlain()
+    {
+        click(rowAt(2));
+        QCOMPARE(m_commander->calls, QStringList({QStringLiteral("copyEntry")}));
+        QCOMPARE(m_commander->lastEntry.id, m_entries.at(2).id);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(2).id);
+
+        click(rowAt(1), Qt::AltModifier);
+        QCOMPARE(m_commander->calls.last(), QStringLiteral("pasteEntry"));
+        QCOMPARE(m_commander->lastEntry.id, m_entries.at(1).id);
+        QCOMPARE(m_commander->lastMode, PasteMode::plainText);
+    }
+
+    void disabledCardIsDimmedAndIgnoresClicks()
+    {
+        QQuickItem *mirror = item("mirrorCard");
+        QCOMPARE(mirror->opacity(), 1.0);
+        click(mirror);
+        QCOMPARE(m_commander->count(QStringLiteral("toggleMirror")), 1);
+
+        m_state->setMirrorEnabled(false);
+        QTRY_COMPARE(mirror->opacity(), 0.45);
+        click(mirror);
+        QCOMPARE(m_commander->count(QStringLiteral("toggleMirror")), 1);
+
+        click(item("desktopCard"));
+        QCOMPARE(m_commander->count(QStringLiteral("toggleDesktopCover")), 1);
+    }
+
+    void quickNumbersShownOnRows()
+    {
+        QCOMPARE(rowAt(0)->property("quickNumber").toInt(), 1);
+        QCOMPARE(rowAt(2)->property("quickNumber").toInt(), 3);
+    }
+};
+
+QTEST_MAIN(tst_HubView)
+#include "tst_hubview.moc"
