@@ -256,17 +256,22 @@ bool X11HotkeyRegistrar::nativeEventFilter(const QByteArray &eventType, void *me
     if (key->event != m_root)
         return false;
 
-    if (type == XCB_KEY_RELEASE)
+    if (type == XCB_KEY_RELEASE) {
+        m_lastRelease = {key->detail, key->time};
         return m_held.remove(key->detail);
+    }
 
     for (const Grab &grab : std::as_const(m_grabs)) {
         const uint16_t state = key->state & keyboardModifierBits & ~grab.lockMask;
         if (state != grab.modifiers || !grab.keycodes.contains(key->detail))
             continue;
-        // With detectable auto-repeat (Qt turns it on) a held key repeats presses without releases.
-        if (m_held.contains(key->detail))
-            return true;
+        // A held key repeats: either as presses without releases, or as release/press pairs that
+        // carry the same time stamp, depending on the client's auto-repeat mode.
+        const bool repeat = m_held.contains(key->detail)
+                            || (m_lastRelease.keycode == key->detail && m_lastRelease.time == key->time);
         m_held.insert(key->detail);
+        if (repeat)
+            return true;
         const quint32 id = grab.id;
         QMetaObject::invokeMethod(
             this, [this, id] { Q_EMIT pressed(id); }, Qt::QueuedConnection);

@@ -35,6 +35,12 @@ private:
 
     quint32 m_root = 0;
     QList<Grab> m_grabs;
-    // Key codes of shortcuts held down right now, so that auto-repeat does not fire the shortcut again.
+    // Key codes of shortcuts held down right now, and the last release, so that auto-repeat does not
+    // fire a shortcut again.
     QSet<quint8> m_held;
+    struct
+    {
+        quint8 keycode = 0;
+        quint32 time = 0;
+    } m_lastRelease;
 };
