@@ -15,6 +15,7 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QThread>
+#include <QTimer>
 
 namespace {
 
@@ -152,18 +153,27 @@ void AppCoordinator::copyEntry(const ClipboardHistoryEntry &entry, PasteMode mod
 void AppCoordinator::pasteEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
 {
     const bool written = writeEntry(entry, mode);
-    // X delivers the keystroke to whatever has focus at once, so the hub goes away first and the
-    // keystroke lands in the application the user was in.
+    // X delivers the keystroke to whatever has the focus, so the hub goes away first and the keystroke
+    // follows once the window manager has handed the focus back to the application the user was in.
+    const bool hubWasShown = m_statusItemController && m_statusItemController->isPopoverShown();
     if (m_statusItemController)
         m_statusItemController->closePopover();
-    PasteResult result = PasteResult::cannotPaste;
-    if (written) {
-        if (m_pasteService->canPostKeystrokes())
-            result = m_pasteService->postPasteKeystroke() ? PasteResult::pasted : PasteResult::copiedOnly;
-        else
-            result = PasteResult::copiedOnly;
+    if (!written) {
+        m_appState->applyPasteResult(PasteResult::cannotPaste);
+        return;
     }
-    m_appState->applyPasteResult(result);
+    if (!m_pasteService->canPostKeystrokes()) {
+        m_appState->applyPasteResult(PasteResult::copiedOnly);
+        return;
+    }
+    const auto post = [this] {
+        m_appState->applyPasteResult(m_pasteService->postPasteKeystroke() ? PasteResult::pasted
+                                                                          : PasteResult::copiedOnly);
+    };
+    if (hubWasShown)
+        QTimer::singleShot(focusSettleMs, this, post);
+    else
+        post();
 }
 
 void AppCoordinator::togglePin(const QUuid &entryID)

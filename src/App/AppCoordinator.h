@@ -49,6 +49,8 @@ public:
     };
 
     static constexpr int clearRecentHistorySeconds = 1800;
+    // How long the window manager gets to give the focus back after the hub closes for a paste.
+    static constexpr int focusSettleMs = 150;
 
     explicit AppCoordinator(const Locations &locations = Locations::standard(),
                             Platform platform = Platform::createDefault(), QObject *parent = nullptr);
