@@ -4,7 +4,8 @@
 //   clipboard_peer [--text T] [--type NAME=VALUE]... [--uri-list URL]... [--data MIME=FILE]... [--stdin]
 //
 // Prints "ready" once it owns the clipboard. With --stdin, every further line read is copied as plain
-// text and answered with "copied <steady clock ns>", taken right after the clipboard was set.
+// text and answered with "copied <steady clock ns>", taken right after the clipboard was set; the line
+// "!burst COUNT INTERVAL_MS PREFIX" copies PREFIX0, PREFIX1, … at that interval and then says "burst done".
 #include <QByteArray>
 #include <QClipboard>
 #include <QFile>
@@ -12,8 +13,10 @@
 #include <QMimeData>
 #include <QSocketNotifier>
 #include <QStringList>
+#include <QTimer>
 
 #include <chrono>
+#include <memory>
 #include <cstdio>
 #include <unistd.h>
 
@@ -109,6 +112,28 @@ int main(int argc, char **argv)
         while ((newline = pending.indexOf('\n')) >= 0) {
             const QByteArray line = pending.left(newline);
             pending.remove(0, newline + 1);
+            if (line.startsWith("!burst ")) {
+                const QList<QByteArray> parts = line.split(' ');
+                if (parts.size() != 4)
+                    usage("expected !burst COUNT INTERVAL_MS PREFIX");
+                const int count = parts.at(1).toInt();
+                const QString prefix = QString::fromUtf8(parts.at(3));
+                auto timer = new QTimer(&app);
+                timer->setTimerType(Qt::PreciseTimer);
+                timer->setInterval(parts.at(2).toInt());
+                auto next = std::make_shared<int>(0);
+                QObject::connect(timer, &QTimer::timeout, &app, [=] {
+                    auto text = new QMimeData;
+                    text->setText(prefix + QString::number(*next));
+                    clipboard->setMimeData(text, QClipboard::Clipboard);
+                    if (++*next == count) {
+                        timer->deleteLater();
+                        say("burst done");
+                    }
+                });
+                timer->start();
+                continue;
+            }
             auto text = new QMimeData;
             text->setText(QString::fromUtf8(line));
             clipboard->setMimeData(text, QClipboard::Clipboard);

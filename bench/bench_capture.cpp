@@ -1,0 +1,160 @@
+// Clipboard capture on the real X clipboard: how long a copy made in another process takes to reach
+// the history, how many of a fast burst of copies are kept, and what the idle monitor costs.
+// Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_capture
+#include "Clipboard/ClipboardMonitor.h"
+#include "Clipboard/ClipboardStore.h"
+#include "Platform/X11/X11FrontmostApplication.h"
+#include "Platform/X11/X11Pasteboard.h"
+#include "PeerProcess.h"
+
+#include <QDeadlineTimer>
+#include <QGuiApplication>
+#include <QHash>
+#include <QSet>
+#include <QTemporaryDir>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <sys/resource.h>
+
+namespace {
+
+qint64 steadyNanoseconds()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// Notes when each text first reached the published history.
+class TimingDelegate final : public ClipboardMonitorDelegate
+{
+public:
+    QHash<QString, qint64> publishedAt;
+    QStringList messages;
+
+    bool isCaptureEnabled() const override { return true; }
+    void publishEntries(const ClipboardHistoryEntries &entries) override
+    {
+        const qint64 now = steadyNanoseconds();
+        if (!entries.isEmpty() && entries.first().textContent && !publishedAt.contains(*entries.first().textContent))
+            publishedAt.insert(*entries.first().textContent, now);
+    }
+    void reportStatus(const QString &message) override { messages.append(message); }
+};
+
+double cpuSeconds()
+{
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
+        + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+}
+
+double percentile(std::vector<double> values, double p)
+{
+    std::sort(values.begin(), values.end());
+    const auto index = std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5));
+    return values.at(index);
+}
+
+} // namespace
+
+int main(int argc, char **argv)
+{
+    if (qEnvironmentVariableIsEmpty("DISPLAY")) {
+        std::fprintf(stderr, "bench_capture needs an X session: run it through scripts/desktop-session.sh\n");
+        return 2;
+    }
+    qputenv("QT_QPA_PLATFORM", "xcb");
+    QGuiApplication app(argc, argv);
+
+    QTemporaryDir dir;
+    QString error;
+    // A file store, as the application uses, so that every capture pays for a real transaction.
+    auto store = ClipboardStore::open(dir.filePath(QStringLiteral("history.sqlite")),
+                                      ClipboardStore::defaultHistoryLimit, &error);
+    if (!store) {
+        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+        return 1;
+    }
+    X11Pasteboard pasteboard;
+    X11FrontmostApplication frontmost;
+    TimingDelegate delegate;
+    ClipboardMonitor monitor(&pasteboard, store.get(), &frontmost, &delegate);
+    monitor.start();
+
+    PeerProcess peer(QStringLiteral(HALCY_CLIPBOARD_PEER));
+    if (!peer.start({QStringLiteral("--stdin")})) {
+        std::fprintf(stderr, "cannot start the clipboard peer: %s\n", qPrintable(peer.errorOutput()));
+        return 1;
+    }
+
+    // (a) One copy at a time: from the moment the other process holds the clipboard to the record
+    // being saved and published.
+    constexpr int samples = 100;
+    std::vector<double> latencies;
+    int missed = 0;
+    for (int i = 0; i < samples; ++i) {
+        const QString text = QStringLiteral("latency sample %1 %2").arg(i).arg(steadyNanoseconds());
+        peer.writeLine(text);
+        const std::optional<QString> reply = peer.readLine(5000);
+        if (!reply || !reply->startsWith(QLatin1String("copied "))) {
+            std::fprintf(stderr, "peer did not copy sample %d\n", i);
+            return 1;
+        }
+        const qint64 copiedAt = reply->mid(7).toLongLong();
+        const QDeadlineTimer deadline(3000);
+        while (!delegate.publishedAt.contains(text) && !deadline.hasExpired())
+            spinEventLoop(1);
+        if (!delegate.publishedAt.contains(text)) {
+            ++missed;
+            continue;
+        }
+        latencies.push_back(double(delegate.publishedAt.value(text) - copiedAt) / 1e6);
+        spinEventLoop(20);
+    }
+    double sum = 0;
+    for (double l : latencies)
+        sum += l;
+    std::printf("capture latency, %d single copies (copy in another process -> saved and published):\n", samples);
+    if (!latencies.empty())
+        std::printf("  median %.1f ms, mean %.1f ms, p90 %.1f ms, best %.1f ms, worst %.1f ms, missed %d\n",
+                    percentile(latencies, 0.5), sum / double(latencies.size()), percentile(latencies, 0.9),
+                    percentile(latencies, 0.0), percentile(latencies, 1.0), missed);
+    else
+        std::printf("  nothing captured, missed %d\n", missed);
+
+    // (b) A burst of 200 copies 20 ms apart.
+    constexpr int burst = 200;
+    const QString prefix = QStringLiteral("burst-%1-").arg(steadyNanoseconds());
+    const int changesBefore = int(pasteboard.changeCount());
+    peer.writeLine(QStringLiteral("!burst %1 20 %2").arg(burst).arg(prefix));
+    const std::optional<QString> done = peer.readLine(burst * 20 + 10000);
+    spinEventLoop(1500);
+    const int changesSeen = int(pasteboard.changeCount()) - changesBefore;
+    QSet<QString> captured;
+    for (const ClipboardHistoryEntry &entry : store->entries()) {
+        if (entry.textContent && entry.textContent->startsWith(prefix))
+            captured.insert(*entry.textContent);
+    }
+    std::printf("rapid copies, %d texts 20 ms apart%s:\n", burst, done ? "" : " (peer did not finish)");
+    std::printf("  captured %lld of %d; clipboard changes noticed %d\n", qint64(captured.size()), burst, changesSeen);
+
+    peer.stop();
+    spinEventLoop(500);
+
+    // (c) Idle: nothing copied for 20 s.
+    constexpr int idleSeconds = 20;
+    const qint64 idleChanges = pasteboard.changeCount();
+    const double cpuBefore = cpuSeconds();
+    spinEventLoop(idleSeconds * 1000);
+    const double cpu = cpuSeconds() - cpuBefore;
+    std::printf("idle monitor over %d s: %.1f ms CPU (%.3f %% of one core), %lld clipboard changes\n", idleSeconds,
+                cpu * 1000, cpu * 100 / idleSeconds, pasteboard.changeCount() - idleChanges);
+
+    if (!delegate.messages.isEmpty())
+        std::printf("status messages: %s\n", qPrintable(delegate.messages.join(QStringLiteral("; "))));
+    return 0;
+}
