@@ -7,9 +7,8 @@
 
 HotkeyManager::HotkeyManager(QList<KeyboardShortcutDescriptor> shortcuts,
                              std::unique_ptr<HotkeyRegistrar> registrar, QObject *parent)
-    : QObject(parent)
-    , m_shortcuts(std::move(shortcuts))
-    , m_registrar(registrar ? std::move(registrar) : HotkeyRegistrar::createDefault())
+    : QObject(parent), m_shortcuts(std::move(shortcuts)),
+      m_registrar(registrar ? std::move(registrar) : HotkeyRegistrar::createDefault())
 {
     // Presses arrive from the event loop, after the platform's event handling has returned.
     connect(m_registrar.get(), &HotkeyRegistrar::pressed, this, &HotkeyManager::handle);
@@ -28,7 +27,8 @@ void HotkeyManager::start(AppCommanding *commander)
         ++hotKeyID;
         const std::optional<Qt::Key> key = ShortcutKeys::keyFor(shortcut.key);
         if (!key) {
-            qCDebug(lcHotkeys) << "skipping" << shortcut.id << "- key" << shortcut.key << "cannot be registered";
+            qCDebug(lcHotkeys) << "skipping" << shortcut.id << "- key" << shortcut.key
+                               << "cannot be registered";
             continue;
         }
         if (!m_registrar->grab(hotKeyID, *key, shortcut.modifiers)) {

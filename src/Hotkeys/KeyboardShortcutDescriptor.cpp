@@ -7,11 +7,17 @@
 QList<KeyboardShortcutDescriptor> KeyboardShortcutDescriptor::defaultTable()
 {
     return {
-        {QStringLiteral("clipboard.open"), QStringLiteral("Open clipboard"), QStringLiteral("v"),
+        {QStringLiteral("clipboard.open"),
+         QStringLiteral("Open clipboard"),
+         QStringLiteral("v"),
          {Modifier::command, Modifier::shift}},
-        {QStringLiteral("mirror.toggle"), QStringLiteral("Toggle Mirror"), QStringLiteral("m"),
+        {QStringLiteral("mirror.toggle"),
+         QStringLiteral("Toggle Mirror"),
+         QStringLiteral("m"),
          {Modifier::control, Modifier::command}},
-        {QStringLiteral("desktop.toggle"), QStringLiteral("Toggle Hide Desktop"), QStringLiteral("d"),
+        {QStringLiteral("desktop.toggle"),
+         QStringLiteral("Toggle Hide Desktop"),
+         QStringLiteral("d"),
          {Modifier::control, Modifier::command}},
     };
 }
@@ -49,7 +55,8 @@ QString KeyboardShortcutDescriptor::displayForm() const
 QString KeyboardShortcutDescriptor::macDisplayForm() const
 {
     QString text;
-    for (const Modifier modifier : {Modifier::control, Modifier::option, Modifier::shift, Modifier::command}) {
+    for (const Modifier modifier :
+         {Modifier::control, Modifier::option, Modifier::shift, Modifier::command}) {
         if (modifiers.contains(modifier))
             text += modifierSymbol(modifier);
     }

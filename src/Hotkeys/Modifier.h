@@ -6,7 +6,13 @@
 
 // The modifiers a global shortcut may carry. The declaration order is fixed: it indexes the tables
 // below and the platform backends' own tables.
-enum class Modifier { command, shift, control, option };
+enum class Modifier
+{
+    command,
+    shift,
+    control,
+    option
+};
 
 // The raw values are the display names, not the case names.
 template <> struct EnumTraits<Modifier>

@@ -41,8 +41,9 @@ public:
     bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) override
     {
         ++m_grabCalls;
-        m_grabs.erase(std::remove_if(m_grabs.begin(), m_grabs.end(), [id](const Grab &g) { return g.id == id; }),
-                      m_grabs.end());
+        m_grabs.erase(
+            std::remove_if(m_grabs.begin(), m_grabs.end(), [id](const Grab &g) { return g.id == id; }),
+            m_grabs.end());
         if (m_taken.contains(key))
             return false;
         m_grabs.append({id, key, modifiers});

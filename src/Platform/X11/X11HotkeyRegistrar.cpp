@@ -66,8 +66,8 @@ class ModifierMap
 {
 public:
     explicit ModifierMap(xcb_connection_t *connection, xcb_key_symbols_t *symbols)
-        : m_symbols(symbols)
-        , m_reply(xcb_get_modifier_mapping_reply(connection, xcb_get_modifier_mapping(connection), nullptr))
+        : m_symbols(symbols),
+          m_reply(xcb_get_modifier_mapping_reply(connection, xcb_get_modifier_mapping(connection), nullptr))
     {
     }
     ~ModifierMap() { std::free(m_reply); }
@@ -122,8 +122,7 @@ std::array<uint16_t, 4> lockVariants(uint16_t lockMask)
 
 } // namespace
 
-X11HotkeyRegistrar::X11HotkeyRegistrar(QObject *parent)
-    : HotkeyRegistrar(parent)
+X11HotkeyRegistrar::X11HotkeyRegistrar(QObject *parent) : HotkeyRegistrar(parent)
 {
     if (xcb_connection_t *connection = x11Connection())
         m_root = defaultRootWindow(connection);
@@ -190,8 +189,10 @@ bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, const QList<Modifier> &mo
     for (const xcb_void_cookie_t cookie : std::as_const(cookies)) {
         if (xcb_generic_error_t *error = xcb_request_check(connection, cookie)) {
             if (ok) {
-                qCDebug(lcPlatform) << "grab of key" << key << "modifiers" << Qt::hex << grab.modifiers << "failed"
-                                    << (error->error_code == errorBadAccess ? "(taken by another client)" : "")
+                qCDebug(lcPlatform) << "grab of key" << key << "modifiers" << Qt::hex << grab.modifiers
+                                    << "failed"
+                                    << (error->error_code == errorBadAccess ? "(taken by another client)"
+                                                                            : "")
                                     << "error" << Qt::dec << error->error_code;
             }
             ok = false;
@@ -233,8 +234,8 @@ void X11HotkeyRegistrar::release(const Grab &grab)
         return;
     for (const quint8 keycode : grab.keycodes) {
         const bool shared = std::any_of(m_grabs.cbegin(), m_grabs.cend(), [&](const Grab &other) {
-            return other.modifiers == grab.modifiers && other.lockMask == grab.lockMask
-                   && other.keycodes.contains(keycode);
+            return other.modifiers == grab.modifiers && other.lockMask == grab.lockMask &&
+                   other.keycodes.contains(keycode);
         });
         if (shared)
             continue;
@@ -267,8 +268,8 @@ bool X11HotkeyRegistrar::nativeEventFilter(const QByteArray &eventType, void *me
             continue;
         // A held key repeats: either as presses without releases, or as release/press pairs that
         // carry the same time stamp, depending on the client's auto-repeat mode.
-        const bool repeat = m_held.contains(key->detail)
-                            || (m_lastRelease.keycode == key->detail && m_lastRelease.time == key->time);
+        const bool repeat = m_held.contains(key->detail) ||
+                            (m_lastRelease.keycode == key->detail && m_lastRelease.time == key->time);
         m_held.insert(key->detail);
         if (repeat)
             return true;

@@ -25,10 +25,7 @@ struct CommandLog
 class FakeCommander final : public AppCommanding
 {
 public:
-    explicit FakeCommander(std::shared_ptr<CommandLog> log)
-        : m_log(std::move(log))
-    {
-    }
+    explicit FakeCommander(std::shared_ptr<CommandLog> log) : m_log(std::move(log)) {}
 
     void toggleHub() override { ++m_log->hub; }
     void toggleMirror() override { ++m_log->mirror; }
@@ -162,9 +159,10 @@ private Q_SLOTS:
         QFETCH(QString, key);
         QFETCH(bool, registers);
 
-        auto manager = makeManager({shortcut(QStringLiteral("clipboard.open"), QStringLiteral("v"), shiftCommand),
-                                    shortcut(QStringLiteral("mirror.toggle"), key, controlCommand),
-                                    shortcut(QStringLiteral("desktop.toggle"), QStringLiteral("d"), controlCommand)});
+        auto manager =
+            makeManager({shortcut(QStringLiteral("clipboard.open"), QStringLiteral("v"), shiftCommand),
+                         shortcut(QStringLiteral("mirror.toggle"), key, controlCommand),
+                         shortcut(QStringLiteral("desktop.toggle"), QStringLiteral("d"), controlCommand)});
         manager->start(m_commander.get());
 
         QCOMPARE(manager->actionIDs().value(3), QStringLiteral("desktop.toggle"));
@@ -237,7 +235,8 @@ private Q_SLOTS:
 
     void unknownActionIdentifierDoesNothing()
     {
-        auto manager = makeManager({shortcut(QStringLiteral("clipboard.erase"), QStringLiteral("e"), shiftCommand)});
+        auto manager =
+            makeManager({shortcut(QStringLiteral("clipboard.erase"), QStringLiteral("e"), shiftCommand)});
         manager->start(m_commander.get());
         QCOMPARE(manager->actionIDs(), (IdMap{{1, QStringLiteral("clipboard.erase")}}));
         QVERIFY(m_registrar->press(Qt::Key_E, shiftCommand));
@@ -296,22 +295,23 @@ private Q_SLOTS:
         QTest::addColumn<QString>("symbols");
         QTest::addColumn<QString>("native");
 
-        QTest::addRow("shift command V") << QStringLiteral("v") << shiftCommand << QStringLiteral("⇧⌘V")
-                                         << QStringLiteral("Meta+Shift+V");
+        QTest::addRow("shift command V")
+            << QStringLiteral("v") << shiftCommand << QStringLiteral("⇧⌘V") << QStringLiteral("Meta+Shift+V");
         QTest::addRow("control before command, whatever the list order")
-            << QStringLiteral("m") << QList<Modifier>{Modifier::command, Modifier::control} << QStringLiteral("⌃⌘M")
-            << QStringLiteral("Meta+Ctrl+M");
+            << QStringLiteral("m") << QList<Modifier>{Modifier::command, Modifier::control}
+            << QStringLiteral("⌃⌘M") << QStringLiteral("Meta+Ctrl+M");
         QTest::addRow("all four in fixed order")
             << QStringLiteral("/")
             << QList<Modifier>{Modifier::command, Modifier::shift, Modifier::option, Modifier::control}
             << QStringLiteral("⌃⌥⇧⌘/") << QStringLiteral("Meta+Ctrl+Alt+Shift+/");
-        QTest::addRow("no modifiers") << QStringLiteral("7") << QList<Modifier>{} << QStringLiteral("7")
-                                      << QStringLiteral("7");
+        QTest::addRow("no modifiers")
+            << QStringLiteral("7") << QList<Modifier>{} << QStringLiteral("7") << QStringLiteral("7");
         QTest::addRow("a repeated modifier shows once")
-            << QStringLiteral("d") << QList<Modifier>{Modifier::option, Modifier::option} << QStringLiteral("⌥D")
-            << QStringLiteral("Alt+D");
+            << QStringLiteral("d") << QList<Modifier>{Modifier::option, Modifier::option}
+            << QStringLiteral("⌥D") << QStringLiteral("Alt+D");
         QTest::addRow("key outside the table still labelled")
-            << QStringLiteral("f1") << shiftCommand << QStringLiteral("⇧⌘F1") << QStringLiteral("Meta+Shift+F1");
+            << QStringLiteral("f1") << shiftCommand << QStringLiteral("⇧⌘F1")
+            << QStringLiteral("Meta+Shift+F1");
     }
 
     void displayForms()
@@ -385,7 +385,8 @@ private Q_SLOTS:
         QCOMPARE(rawValue(Modifier::shift), QStringLiteral("Shift"));
         QCOMPARE(rawValue(Modifier::control), QStringLiteral("Control"));
         QCOMPARE(rawValue(Modifier::option), QStringLiteral("Option"));
-        QCOMPARE(enumFromRawValue<Modifier>(QStringLiteral("Option")), std::optional<Modifier>(Modifier::option));
+        QCOMPARE(enumFromRawValue<Modifier>(QStringLiteral("Option")),
+                 std::optional<Modifier>(Modifier::option));
         QCOMPARE(enumFromRawValue<Modifier>(QStringLiteral("option")), std::optional<Modifier>());
     }
 };
