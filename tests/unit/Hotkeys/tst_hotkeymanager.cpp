@@ -326,14 +326,6 @@ private Q_SLOTS:
         QCOMPARE(descriptor.displayForm(), native);
     }
 
-    void tableDisplayForms()
-    {
-        QStringList symbols;
-        for (const KeyboardShortcutDescriptor &descriptor : KeyboardShortcutDescriptor::defaultTable())
-            symbols << descriptor.macDisplayForm();
-        QCOMPARE(symbols, (QStringList{QStringLiteral("⇧⌘V"), QStringLiteral("⌃⌘M"), QStringLiteral("⌃⌘D")}));
-    }
-
     void keyTableCoversTheUsLayoutKeys()
     {
         const QStringList keys = ShortcutKeys::all();
@@ -347,47 +339,6 @@ private Q_SLOTS:
             QCOMPARE(QKeySequence(*qtKey).toString(QKeySequence::PortableText), key.toUpper());
         }
         QCOMPARE(qtKeys.size(), 47);
-    }
-
-    void equalityComparesEveryFieldAndModifierOrder_data()
-    {
-        QTest::addColumn<KeyboardShortcutDescriptor>("other");
-        QTest::addColumn<bool>("equal");
-
-        const KeyboardShortcutDescriptor base = KeyboardShortcutDescriptor::defaultTable().at(1);
-        QTest::addRow("same") << base << true;
-        KeyboardShortcutDescriptor changed = base;
-        changed.id = QStringLiteral("desktop.toggle");
-        QTest::addRow("other id") << changed << false;
-        changed = base;
-        changed.title = QStringLiteral("Toggle mirror");
-        QTest::addRow("other title") << changed << false;
-        changed = base;
-        changed.key = QStringLiteral("M");
-        QTest::addRow("other key case") << changed << false;
-        changed = base;
-        changed.modifiers = {Modifier::command, Modifier::control};
-        QTest::addRow("modifiers in another order") << changed << false;
-    }
-
-    void equalityComparesEveryFieldAndModifierOrder()
-    {
-        QFETCH(KeyboardShortcutDescriptor, other);
-        QFETCH(bool, equal);
-        const KeyboardShortcutDescriptor base = KeyboardShortcutDescriptor::defaultTable().at(1);
-        QCOMPARE(base == other, equal);
-        QCOMPARE(base != other, !equal);
-    }
-
-    void modifierRawValuesAreDisplayNames()
-    {
-        QCOMPARE(rawValue(Modifier::command), QStringLiteral("Command"));
-        QCOMPARE(rawValue(Modifier::shift), QStringLiteral("Shift"));
-        QCOMPARE(rawValue(Modifier::control), QStringLiteral("Control"));
-        QCOMPARE(rawValue(Modifier::option), QStringLiteral("Option"));
-        QCOMPARE(enumFromRawValue<Modifier>(QStringLiteral("Option")),
-                 std::optional<Modifier>(Modifier::option));
-        QCOMPARE(enumFromRawValue<Modifier>(QStringLiteral("option")), std::optional<Modifier>());
     }
 };
 
