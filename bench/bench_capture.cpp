@@ -3,9 +3,9 @@
 // Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_capture
 #include "Clipboard/ClipboardMonitor.h"
 #include "Clipboard/ClipboardStore.h"
+#include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Pasteboard.h"
-#include "PeerProcess.h"
 
 #include <QDeadlineTimer>
 #include <QGuiApplication>
@@ -38,7 +38,8 @@ public:
     void publishEntries(const ClipboardHistoryEntries &entries) override
     {
         const qint64 now = steadyNanoseconds();
-        if (!entries.isEmpty() && entries.first().textContent && !publishedAt.contains(*entries.first().textContent))
+        if (!entries.isEmpty() && entries.first().textContent &&
+            !publishedAt.contains(*entries.first().textContent))
             publishedAt.insert(*entries.first().textContent, now);
     }
     void reportStatus(const QString &message) override { messages.append(message); }
@@ -48,8 +49,8 @@ double cpuSeconds()
 {
     rusage usage{};
     getrusage(RUSAGE_SELF, &usage);
-    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec)
-        + double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
+    return double(usage.ru_utime.tv_sec + usage.ru_stime.tv_sec) +
+           double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
 double percentile(std::vector<double> values, double p)
@@ -118,7 +119,8 @@ int main(int argc, char **argv)
     double sum = 0;
     for (double l : latencies)
         sum += l;
-    std::printf("capture latency, %d single copies (copy in another process -> saved and published):\n", samples);
+    std::printf("capture latency, %d single copies (copy in another process -> saved and published):\n",
+                samples);
     if (!latencies.empty())
         std::printf("  median %.1f ms, mean %.1f ms, p90 %.1f ms, best %.1f ms, worst %.1f ms, missed %d\n",
                     percentile(latencies, 0.5), sum / double(latencies.size()), percentile(latencies, 0.9),
@@ -140,7 +142,8 @@ int main(int argc, char **argv)
             captured.insert(*entry.textContent);
     }
     std::printf("rapid copies, %d texts 20 ms apart%s:\n", burst, done ? "" : " (peer did not finish)");
-    std::printf("  captured %lld of %d; clipboard changes noticed %d\n", qint64(captured.size()), burst, changesSeen);
+    std::printf("  captured %lld of %d; clipboard changes noticed %d\n", qint64(captured.size()), burst,
+                changesSeen);
 
     peer.stop();
     spinEventLoop(500);
@@ -151,8 +154,8 @@ int main(int argc, char **argv)
     const double cpuBefore = cpuSeconds();
     spinEventLoop(idleSeconds * 1000);
     const double cpu = cpuSeconds() - cpuBefore;
-    std::printf("idle monitor over %d s: %.1f ms CPU (%.3f %% of one core), %lld clipboard changes\n", idleSeconds,
-                cpu * 1000, cpu * 100 / idleSeconds, pasteboard.changeCount() - idleChanges);
+    std::printf("idle monitor over %d s: %.1f ms CPU (%.3f %% of one core), %lld clipboard changes\n",
+                idleSeconds, cpu * 1000, cpu * 100 / idleSeconds, pasteboard.changeCount() - idleChanges);
 
     if (!delegate.messages.isEmpty())
         std::printf("status messages: %s\n", qPrintable(delegate.messages.join(QStringLiteral("; "))));

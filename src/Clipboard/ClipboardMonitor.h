@@ -36,8 +36,9 @@ public:
     static constexpr int pollIntervalMs = 450;
 
     // Whatever the clipboard holds now counts as seen: it is not captured.
-    ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store, FrontmostApplication *frontmostApplication,
-                     ClipboardMonitorDelegate *delegate, QObject *parent = nullptr);
+    ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store,
+                     FrontmostApplication *frontmostApplication, ClipboardMonitorDelegate *delegate,
+                     QObject *parent = nullptr);
     ~ClipboardMonitor() override;
 
     // Starts polling; calling it again does nothing.

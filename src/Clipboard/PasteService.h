@@ -26,7 +26,8 @@ public:
     // written. An entry that yields no content (no valid file URL left, missing or undecodable image
     // bytes) returns false and leaves the clipboard holding nothing but the marker, as if cleared:
     // the user asked for that entry, so the previous content would be the wrong thing to paste.
-    bool write(const ClipboardHistoryEntry &entry, PasteMode mode, const std::optional<QByteArray> &imageBytes);
+    bool write(const ClipboardHistoryEntry &entry, PasteMode mode,
+               const std::optional<QByteArray> &imageBytes);
 
     // Whether postPasteKeystroke() can work on this display.
     bool canPostKeystrokes() const;

@@ -1,10 +1,10 @@
 #include "Clipboard/ClipboardMonitor.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
+#include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Pasteboard.h"
-#include "PeerProcess.h"
 #include "TestEnvironment.h"
 #include "X11TestMain.h"
 
@@ -112,18 +112,25 @@ void TestX11ClipboardMonitor::recordsCopiesOfOtherApplications_data()
     QTest::addColumn<QString>("kind");
     QTest::addColumn<QString>("title");
 
-    QTest::addRow("text") << QStringList{"--text", "meeting notes, 3rd floor"} << "text" << "meeting notes, 3rd floor";
-    QTest::addRow("link") << QStringList{"--text", "https://example.org/page?id=4"} << "link" << "example.org";
-    QTest::addRow("colour") << QStringList{"--text", "#00ff7f"} << "color" << "#00FF7F";
+    QTest::addRow("text") << QStringList{"--text", "meeting notes, 3rd floor"} << "text"
+                          << "meeting notes, 3rd floor";
+    QTest::addRow("link") << QStringList{"--text", "https://example.org/page?id=4"} << "link"
+                          << "example.org";
+    QTest::addRow("colour") << QStringList{"--text", "#00ff7f"} << "color"
+                            << "#00FF7F";
     QTest::addRow("file list with paths as text")
-        << QStringList{"--uri-list", "file:///tmp/a.txt", "--uri-list", "file:///tmp/b%20c.txt", "--text",
-                       "/tmp/a.txt\n/tmp/b c.txt"}
-        << "file" << "2 files";
-    QTest::addRow("png") << QStringList{"--data", "image/png=" + imageFile("PNG")} << "image" << "Image";
-    QTest::addRow("text with an image") << QStringList{"--text", "caption", "--data", "image/png=" + imageFile("PNG")}
-                                        << "text" << "caption";
+        << QStringList{"--uri-list", "file:///tmp/a.txt",       "--uri-list", "file:///tmp/b%20c.txt",
+                       "--text",     "/tmp/a.txt\n/tmp/b c.txt"}
+        << "file"
+        << "2 files";
+    QTest::addRow("png") << QStringList{"--data", "image/png=" + imageFile("PNG")} << "image"
+                         << "Image";
+    QTest::addRow("text with an image")
+        << QStringList{"--text", "caption", "--data", "image/png=" + imageFile("PNG")} << "text"
+        << "caption";
     if (QImageReader::supportedImageFormats().contains("tiff"))
-        QTest::addRow("tiff") << QStringList{"--data", "image/tiff=" + imageFile("TIFF")} << "image" << "Image";
+        QTest::addRow("tiff") << QStringList{"--data", "image/tiff=" + imageFile("TIFF")} << "image"
+                              << "Image";
 }
 
 void TestX11ClipboardMonitor::recordsCopiesOfOtherApplications()
@@ -149,8 +156,8 @@ void TestX11ClipboardMonitor::recordsCopiesOfOtherApplications()
     // The owner leaving empties the clipboard; that is no new entry.
     const qint64 before = m_pasteboard->changeCount();
     peer.stop();
-    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->changeCount() > before
-                                 && m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
+    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->changeCount() > before &&
+                                 m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
                              2000);
     QCOMPARE(m_store->entries().size(), 1);
 }
@@ -172,13 +179,13 @@ void TestX11ClipboardMonitor::skipsMarkedCopies()
     QFETCH(QString, type);
 
     PeerProcess peer(clipboardPeer);
-    QVERIFY2(peer.start({QStringLiteral("--text"), QStringLiteral("correct horse battery"), QStringLiteral("--type"),
-                         type}),
+    QVERIFY2(peer.start({QStringLiteral("--text"), QStringLiteral("correct horse battery"),
+                         QStringLiteral("--type"), type}),
              qPrintable(peer.errorOutput()));
     const QString typeName = type.section(QLatin1Char('='), 0, 0);
     // Wait until the monitor has dealt with this very copy, then make sure nothing came of it.
-    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->types().contains(typeName)
-                                 && m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
+    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->types().contains(typeName) &&
+                                 m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
                              2000);
     spinEventLoop(ClipboardMonitor::pollIntervalMs + 50);
     QVERIFY(m_store->entries().isEmpty());
@@ -194,14 +201,15 @@ void TestX11ClipboardMonitor::skipsItsOwnPaste()
     const qint64 before = m_pasteboard->changeCount();
     QVERIFY(pasteService.write(entry, PasteMode::formatted, std::nullopt));
 
-    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->changeCount() > before
-                                 && m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
+    QTRY_VERIFY_WITH_TIMEOUT(m_pasteboard->changeCount() > before &&
+                                 m_monitor->lastChangeCount() == m_pasteboard->changeCount(),
                              2000);
     spinEventLoop(ClipboardMonitor::pollIntervalMs + 50);
     QVERIFY(m_store->entries().isEmpty());
     // It is on the clipboard all the same, for other programs to paste.
     const std::optional<ToolResult> xclip =
-        runTool(QStringLiteral("xclip"), {QStringLiteral("-o"), QStringLiteral("-selection"), QStringLiteral("clipboard")});
+        runTool(QStringLiteral("xclip"),
+                {QStringLiteral("-o"), QStringLiteral("-selection"), QStringLiteral("clipboard")});
     if (xclip)
         QCOMPARE(xclip->output, QByteArray("from the history"));
 }
@@ -212,9 +220,9 @@ void TestX11ClipboardMonitor::recordsTheActiveApplicationAsSource()
         QSKIP("xdotool is not installed");
     PeerProcess window(textFieldPeer);
     QVERIFY(window.start({QStringLiteral("--class"), QStringLiteral("HalcyNotepad")}));
-    const std::optional<ToolResult> activated = runTool(
-        QStringLiteral("xdotool"),
-        {QStringLiteral("windowactivate"), QStringLiteral("--sync"), window.readyLine().section(QLatin1Char(' '), 1, 1)});
+    const std::optional<ToolResult> activated =
+        runTool(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+                                            window.readyLine().section(QLatin1Char(' '), 1, 1)});
     QVERIFY(activated && activated->exitCode == 0);
 
     PeerProcess copier(clipboardPeer);

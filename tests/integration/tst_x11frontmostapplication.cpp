@@ -1,5 +1,5 @@
-#include "Platform/X11/X11FrontmostApplication.h"
 #include "PeerProcess.h"
+#include "Platform/X11/X11FrontmostApplication.h"
 #include "TestEnvironment.h"
 #include "X11TestMain.h"
 
@@ -15,8 +15,8 @@ const QString textFieldPeer = QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_p
 bool activate(const QString &readyLine)
 {
     const QString windowId = readyLine.section(QLatin1Char(' '), 1, 1);
-    const std::optional<ToolResult> result =
-        runTool(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"), windowId});
+    const std::optional<ToolResult> result = runTool(
+        QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"), windowId});
     return result && result->exitCode == 0;
 }
 
@@ -82,13 +82,27 @@ void TestX11FrontmostApplication::namesTheActiveApplication_data()
     QTest::addColumn<QString>("locale");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("desktop entry found by StartupWMClass") << "HalcyPeerEditor" << "C" << "Peer Editor";
-    QTest::addRow("desktop file named after the class") << "HalcyPeerWriter" << "C" << "Peer Writer";
-    QTest::addRow("last part of a reverse-domain file name") << "HalcyPeerNotes" << "C" << "Peer Notes";
-    QTest::addRow("file in a subdirectory") << "Suite-HalcyPeerSuite" << "C" << "Peer Suite";
-    QTest::addRow("localized name") << "HalcyPeerAtlas" << "de_DE" << "Peer-Atlas";
-    QTest::addRow("hidden entry falls back to the class") << "HalcyPeerHidden" << "C" << "HalcyPeerHidden";
-    QTest::addRow("no entry: the class name") << "HalcyPeerPlain" << "C" << "HalcyPeerPlain";
+    QTest::addRow("desktop entry found by StartupWMClass") << "HalcyPeerEditor"
+                                                           << "C"
+                                                           << "Peer Editor";
+    QTest::addRow("desktop file named after the class") << "HalcyPeerWriter"
+                                                        << "C"
+                                                        << "Peer Writer";
+    QTest::addRow("last part of a reverse-domain file name") << "HalcyPeerNotes"
+                                                             << "C"
+                                                             << "Peer Notes";
+    QTest::addRow("file in a subdirectory") << "Suite-HalcyPeerSuite"
+                                            << "C"
+                                            << "Peer Suite";
+    QTest::addRow("localized name") << "HalcyPeerAtlas"
+                                    << "de_DE"
+                                    << "Peer-Atlas";
+    QTest::addRow("hidden entry falls back to the class") << "HalcyPeerHidden"
+                                                          << "C"
+                                                          << "HalcyPeerHidden";
+    QTest::addRow("no entry: the class name") << "HalcyPeerPlain"
+                                              << "C"
+                                              << "HalcyPeerPlain";
 }
 
 void TestX11FrontmostApplication::namesTheActiveApplication()
@@ -103,8 +117,9 @@ void TestX11FrontmostApplication::namesTheActiveApplication()
     QVERIFY(activate(peer.readyLine()));
 
     X11FrontmostApplication frontmost;
-    QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(X11FrontmostApplication::WindowClass()).className,
-                              windowClass, 3000);
+    QTRY_COMPARE_WITH_TIMEOUT(
+        frontmost.activeWindowClass().value_or(X11FrontmostApplication::WindowClass()).className, windowClass,
+        3000);
     QCOMPARE(frontmost.activeWindowClass()->instance, QStringLiteral("text_field_peer"));
     QCOMPARE(frontmost.name(), expected);
 }

@@ -1,7 +1,7 @@
 #include "Clipboard/PasteService.h"
+#include "PeerProcess.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Pasteboard.h"
-#include "PeerProcess.h"
 #include "X11TestMain.h"
 
 #include <QDeadlineTimer>
@@ -47,7 +47,8 @@ void TestX11KeystrokePoster::initTestCase()
 
 void TestX11KeystrokePoster::cleanup()
 {
-    xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"), QStringLiteral("ctrl")});
+    xdotool(
+        {QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"), QStringLiteral("ctrl")});
     setLayout({QStringLiteral("-layout"), QStringLiteral("us")});
 }
 
@@ -64,8 +65,10 @@ void TestX11KeystrokePoster::pastesIntoAnotherApplication_data()
     QTest::addColumn<PasteMode>("mode");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("plain paste") << QStringList{} << QStringList{} << PasteMode::formatted << "  pasted by Halcy ✓ ";
-    QTest::addRow("trimmed paste") << QStringList{} << QStringList{} << PasteMode::plainText << "pasted by Halcy ✓";
+    QTest::addRow("plain paste") << QStringList{} << QStringList{} << PasteMode::formatted
+                                 << "  pasted by Halcy ✓ ";
+    QTest::addRow("trimmed paste") << QStringList{} << QStringList{} << PasteMode::plainText
+                                   << "pasted by Halcy ✓";
     QTest::addRow("super and shift still held from the shortcut")
         << QStringList{"super", "shift"} << QStringList{} << PasteMode::plainText << "pasted by Halcy ✓";
     QTest::addRow("alt still held") << QStringList{"alt"} << QStringList{} << PasteMode::plainText

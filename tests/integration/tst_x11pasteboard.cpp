@@ -1,5 +1,5 @@
-#include "Platform/X11/X11Pasteboard.h"
 #include "PeerProcess.h"
+#include "Platform/X11/X11Pasteboard.h"
 #include "X11TestMain.h"
 
 #include <QBuffer>
@@ -76,8 +76,8 @@ void TestX11Pasteboard::foreignCopyIsNoticedQuickly()
     QProcess xclip;
     QElapsedTimer elapsed;
     elapsed.start();
-    xclip.start(QStringLiteral("xclip"), {QStringLiteral("-quiet"), QStringLiteral("-selection"),
-                                          QStringLiteral("clipboard")});
+    xclip.start(QStringLiteral("xclip"),
+                {QStringLiteral("-quiet"), QStringLiteral("-selection"), QStringLiteral("clipboard")});
     QVERIFY(xclip.waitForStarted());
     xclip.write("copied by xclip");
     xclip.closeWriteChannel();
@@ -111,7 +111,7 @@ void TestX11Pasteboard::readsWhatAnotherApplicationOffers_data()
         << "org.nspasteboard.ConcealedType" << QByteArray();
     QTest::addRow("file list keeps only file URLs")
         << QStringList{"--uri-list", "file:///tmp/a%20b.txt", "--uri-list", "https://example.com/",
-                       "--uri-list", "file:///tmp/c.txt", "--text", "/tmp/a b.txt"}
+                       "--uri-list", "file:///tmp/c.txt",     "--text",     "/tmp/a b.txt"}
         << QStringList{"text/uri-list", "text/plain"} << "/tmp/a b.txt"
         << QStringList{"file:///tmp/a%20b.txt", "file:///tmp/c.txt"} << QString() << QByteArray();
     QTest::addRow("png without text")
@@ -166,7 +166,8 @@ void TestX11Pasteboard::ownerExitLeavesNoTypes()
     X11Pasteboard pasteboard;
     PeerProcess peer(clipboardPeer);
     QVERIFY(peer.start({QStringLiteral("--text"), QStringLiteral("short-lived")}));
-    QTRY_COMPARE_WITH_TIMEOUT(pasteboard.string(), std::optional<QString>(QStringLiteral("short-lived")), 2000);
+    QTRY_COMPARE_WITH_TIMEOUT(pasteboard.string(), std::optional<QString>(QStringLiteral("short-lived")),
+                              2000);
 
     QSignalSpy changed(&pasteboard, &Pasteboard::changed);
     const qint64 before = pasteboard.changeCount();

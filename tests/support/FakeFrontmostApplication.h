@@ -6,7 +6,9 @@
 class FakeFrontmostApplication final : public FrontmostApplication
 {
 public:
-    explicit FakeFrontmostApplication(QString name = QStringLiteral("Text Editor")) : m_name(std::move(name)) {}
+    explicit FakeFrontmostApplication(QString name = QStringLiteral("Text Editor")) : m_name(std::move(name))
+    {
+    }
 
     void setName(const QString &name) { m_name = name; }
     int queries() const { return m_queries; }

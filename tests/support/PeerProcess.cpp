@@ -87,8 +87,8 @@ QString PeerProcess::errorOutput()
     return QString::fromUtf8(m_process.readAllStandardError());
 }
 
-std::optional<ToolResult> runTool(const QString &program, const QStringList &arguments, const QByteArray &input,
-                                  int timeoutMs)
+std::optional<ToolResult> runTool(const QString &program, const QStringList &arguments,
+                                  const QByteArray &input, int timeoutMs)
 {
     QProcess process;
     process.start(program, arguments);

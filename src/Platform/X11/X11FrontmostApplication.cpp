@@ -60,11 +60,21 @@ QString unescapeValue(const QString &value)
         }
         const QChar next = value.at(++i);
         switch (next.unicode()) {
-        case 's': result.append(QLatin1Char(' ')); break;
-        case 'n': result.append(QLatin1Char('\n')); break;
-        case 't': result.append(QLatin1Char('\t')); break;
-        case 'r': result.append(QLatin1Char('\r')); break;
-        default: result.append(next); break;
+        case 's':
+            result.append(QLatin1Char(' '));
+            break;
+        case 'n':
+            result.append(QLatin1Char('\n'));
+            break;
+        case 't':
+            result.append(QLatin1Char('\t'));
+            break;
+        case 'r':
+            result.append(QLatin1Char('\r'));
+            break;
+        default:
+            result.append(next);
+            break;
         }
     }
     return result;
@@ -93,10 +103,11 @@ std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::act
 
     xcb_window_t active = XCB_WINDOW_NONE;
     {
-        xcb_get_property_reply_t *reply = xcb_get_property_reply(
-            connection,
-            xcb_get_property(connection, 0, rootWindow(connection), m_activeWindowAtom, XCB_ATOM_WINDOW, 0, 1),
-            nullptr);
+        xcb_get_property_reply_t *reply =
+            xcb_get_property_reply(connection,
+                                   xcb_get_property(connection, 0, rootWindow(connection), m_activeWindowAtom,
+                                                    XCB_ATOM_WINDOW, 0, 1),
+                                   nullptr);
         if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
             active = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));
         std::free(reply);
@@ -170,7 +181,8 @@ void X11FrontmostApplication::buildIndex() const
         while (it.hasNext()) {
             const QString path = it.next();
             // The desktop file id: the path below the applications directory, '/' turned into '-'.
-            const QString id = path.mid(dir.size() + 1).chopped(8).replace(QLatin1Char('/'), QLatin1Char('-'));
+            const QString id =
+                path.mid(dir.size() + 1).chopped(8).replace(QLatin1Char('/'), QLatin1Char('-'));
             if (seenIds.contains(id))
                 continue;
             seenIds.insert(id);
@@ -192,13 +204,14 @@ void X11FrontmostApplication::buildIndex() const
     qCDebug(lcPlatform) << "indexed" << files << "desktop entries in" << dirs;
 }
 
-std::optional<X11FrontmostApplication::DesktopEntry> X11FrontmostApplication::readDesktopEntry(const QString &path)
+std::optional<X11FrontmostApplication::DesktopEntry>
+X11FrontmostApplication::readDesktopEntry(const QString &path)
 {
     QFile file(path);
     if (!file.open(QIODevice::ReadOnly | QIODevice::Text))
         return std::nullopt;
 
-    const QString locale = QLocale().name();                 // de_DE
+    const QString locale = QLocale().name();                         // de_DE
     const QString language = locale.section(QLatin1Char('_'), 0, 0); // de
     const QString localeKey = QStringLiteral("Name[%1]").arg(locale);
     const QString languageKey = QStringLiteral("Name[%1]").arg(language);

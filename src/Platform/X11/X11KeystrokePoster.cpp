@@ -47,7 +47,8 @@ QList<xcb_keycode_t> heldModifierKeycodes(xcb_connection_t *connection)
 {
     const xcb_get_modifier_mapping_cookie_t mappingCookie = xcb_get_modifier_mapping(connection);
     const xcb_query_keymap_cookie_t keymapCookie = xcb_query_keymap(connection);
-    xcb_get_modifier_mapping_reply_t *mapping = xcb_get_modifier_mapping_reply(connection, mappingCookie, nullptr);
+    xcb_get_modifier_mapping_reply_t *mapping =
+        xcb_get_modifier_mapping_reply(connection, mappingCookie, nullptr);
     xcb_query_keymap_reply_t *keymap = xcb_query_keymap_reply(connection, keymapCookie, nullptr);
 
     QList<xcb_keycode_t> held;
@@ -84,7 +85,8 @@ bool X11KeystrokePoster::isAvailable() const
         const xcb_query_extension_reply_t *extension = xcb_get_extension_data(connection, &xcb_test_id);
         m_available = extension && extension->present;
         if (!*m_available)
-            qCWarning(lcPlatform) << "the X server has no XTEST extension; pasting needs the user's keystroke";
+            qCWarning(lcPlatform)
+                << "the X server has no XTEST extension; pasting needs the user's keystroke";
     }
     return *m_available;
 }

@@ -11,15 +11,14 @@ namespace {
 // Targets that belong to the selection protocol itself rather than to the content.
 bool isProtocolTarget(const QString &type)
 {
-    return type == QLatin1String("TARGETS") || type == QLatin1String("TIMESTAMP")
-        || type == QLatin1String("MULTIPLE") || type == QLatin1String("SAVE_TARGETS")
-        || type == QLatin1String("DELETE");
+    return type == QLatin1String("TARGETS") || type == QLatin1String("TIMESTAMP") ||
+           type == QLatin1String("MULTIPLE") || type == QLatin1String("SAVE_TARGETS") ||
+           type == QLatin1String("DELETE");
 }
 
 } // namespace
 
-X11Pasteboard::X11Pasteboard(QObject *parent)
-    : Pasteboard(parent), m_clipboard(QGuiApplication::clipboard())
+X11Pasteboard::X11Pasteboard(QObject *parent) : Pasteboard(parent), m_clipboard(QGuiApplication::clipboard())
 {
     connect(m_clipboard, &QClipboard::changed, this, [this](QClipboard::Mode mode) {
         if (mode != QClipboard::Clipboard)
@@ -86,8 +85,8 @@ bool X11Pasteboard::write(QMimeData *data)
     m_clipboard->setMimeData(data, QClipboard::Clipboard);
     // Another client can take the selection back between our request and the server's answer; on
     // platforms that cannot tell ownership, trust the write.
-    const bool owned = m_clipboard->ownsClipboard()
-        || QGuiApplication::platformName() != QLatin1String("xcb");
+    const bool owned =
+        m_clipboard->ownsClipboard() || QGuiApplication::platformName() != QLatin1String("xcb");
     if (!owned)
         qCWarning(lcPlatform) << "could not take ownership of the clipboard";
     return owned;

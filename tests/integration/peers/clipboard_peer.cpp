@@ -16,8 +16,8 @@
 #include <QTimer>
 
 #include <chrono>
-#include <memory>
 #include <cstdio>
+#include <memory>
 #include <unistd.h>
 
 namespace {

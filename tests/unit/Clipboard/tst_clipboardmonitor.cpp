@@ -107,7 +107,8 @@ void TestClipboardMonitor::cleanup()
 
 std::unique_ptr<ClipboardMonitor> TestClipboardMonitor::makeMonitor()
 {
-    return std::make_unique<ClipboardMonitor>(m_pasteboard.get(), m_store.get(), m_frontmost.get(), &m_delegate);
+    return std::make_unique<ClipboardMonitor>(m_pasteboard.get(), m_store.get(), m_frontmost.get(),
+                                              &m_delegate);
 }
 
 void TestClipboardMonitor::contentPresentAtLaunchIsNotCaptured()
@@ -160,9 +161,8 @@ void TestClipboardMonitor::excludedCopiesAreSkippedUnread()
 
     auto monitor = makeMonitor();
     // The marker last, so a check that only looks at the first type would miss it.
-    m_pasteboard->copy({{plain, "hunter2"},
-                        {QStringLiteral("text/uri-list"), "file:///tmp/vault.kdbx\n"},
-                        {type, value}});
+    m_pasteboard->copy(
+        {{plain, "hunter2"}, {QStringLiteral("text/uri-list"), "file:///tmp/vault.kdbx\n"}, {type, value}});
     m_pasteboard->resetDataReads();
     monitor->poll();
 
@@ -184,25 +184,36 @@ void TestClipboardMonitor::kindPrecedence_data()
 
     QTest::addRow("files win over their paths as text")
         << FakePasteboard::Content{{uriList, "file:///home/u/report.pdf\r\n"}, {plain, "/home/u/report.pdf"}}
-        << "file" << "report.pdf";
-    QTest::addRow("several files")
-        << FakePasteboard::Content{{uriList, "file:///a/one.txt\r\nfile:///a/two.txt\r\n"}}
-        << "file" << "2 files";
+        << "file"
+        << "report.pdf";
+    QTest::addRow("several files") << FakePasteboard::Content{{uriList,
+                                                               "file:///a/one.txt\r\nfile:///a/two.txt\r\n"}}
+                                   << "file"
+                                   << "2 files";
     QTest::addRow("web addresses in a uri list fall back to text")
         << FakePasteboard::Content{{uriList, "https://example.com/\r\n"}, {plain, "https://example.com/"}}
-        << "link" << "example.com";
+        << "link"
+        << "example.com";
     QTest::addRow("text wins over an image")
-        << FakePasteboard::Content{{plain, "caption"}, {QStringLiteral("image/png"), png}} << "text" << "caption";
-    QTest::addRow("link") << FakePasteboard::Content{{plain, "https://example.org/x"}} << "link" << "example.org";
-    QTest::addRow("colour") << FakePasteboard::Content{{plain, "#a1b2c3"}} << "color" << "#A1B2C3";
+        << FakePasteboard::Content{{plain, "caption"}, {QStringLiteral("image/png"), png}} << "text"
+        << "caption";
+    QTest::addRow("link") << FakePasteboard::Content{{plain, "https://example.org/x"}} << "link"
+                          << "example.org";
+    QTest::addRow("colour") << FakePasteboard::Content{{plain, "#a1b2c3"}} << "color"
+                            << "#A1B2C3";
     QTest::addRow("blank text gives way to an image")
-        << FakePasteboard::Content{{plain, " \n "}, {QStringLiteral("image/png"), png}} << "image" << "Image";
-    QTest::addRow("png image") << FakePasteboard::Content{{QStringLiteral("image/png"), png}} << "image" << "Image";
+        << FakePasteboard::Content{{plain, " \n "}, {QStringLiteral("image/png"), png}} << "image"
+        << "Image";
+    QTest::addRow("png image") << FakePasteboard::Content{{QStringLiteral("image/png"), png}} << "image"
+                               << "Image";
     QTest::addRow("undecodable tiff gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << "" << "";
+        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << ""
+        << "";
     QTest::addRow("rich text alone gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << "" << "";
-    QTest::addRow("blank text alone gives nothing") << FakePasteboard::Content{{plain, "   "}} << "" << "";
+        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << ""
+        << "";
+    QTest::addRow("blank text alone gives nothing") << FakePasteboard::Content{{plain, "   "}} << ""
+                                                    << "";
 }
 
 void TestClipboardMonitor::kindPrecedence()
@@ -250,7 +261,8 @@ void TestClipboardMonitor::otherImageFormatsAreStoredAsPNG()
     const ClipboardHistoryEntries entries = m_store->entries();
     QCOMPARE(entries.size(), 1);
     QCOMPARE(entries.first().type, ClipboardContentType::image);
-    QCOMPARE(entries.first().imageBookmark, QStringLiteral("pasteboard-image-%1").arg(m_pasteboard->changeCount()));
+    QCOMPARE(entries.first().imageBookmark,
+             QStringLiteral("pasteboard-image-%1").arg(m_pasteboard->changeCount()));
     const std::optional<QByteArray> stored = m_store->imageData(entries.first().id);
     QVERIFY(stored);
     QVERIFY(stored->startsWith("\x89PNG\r\n\x1a\n"));
@@ -312,9 +324,12 @@ void TestClipboardMonitor::sourceNameFallsBackToUnknown_data()
     QTest::addColumn<QString>("frontmost");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("named application") << "Files" << "Files";
-    QTest::addRow("no active window") << "" << "Unknown";
-    QTest::addRow("blank name") << "  " << "Unknown";
+    QTest::addRow("named application") << "Files"
+                                       << "Files";
+    QTest::addRow("no active window") << ""
+                                      << "Unknown";
+    QTest::addRow("blank name") << "  "
+                                << "Unknown";
 }
 
 void TestClipboardMonitor::sourceNameFallsBackToUnknown()

@@ -93,7 +93,8 @@ void TestPasteService::writesText_data()
     QTest::addRow("plain text trims both ends") << padded << PasteMode::plainText << "line one\n  line two";
     QTest::addRow("formatted keeps the blanks") << padded << PasteMode::formatted << padded;
     QTest::addRow("plain text keeps inner blanks") << "a  b" << PasteMode::plainText << "a  b";
-    QTest::addRow("unicode survives") << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
+    QTest::addRow("unicode survives")
+        << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
 }
 
 void TestPasteService::writesText()
@@ -115,9 +116,9 @@ void TestPasteService::writesFiles_data()
     QTest::addColumn<QStringList>("uris");
     QTest::addColumn<QString>("paths");
 
-    QTest::addRow("two files in order")
-        << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}
-        << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"} << "/home/u/b.txt\n/home/u/a b.txt";
+    QTest::addRow("two files in order") << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}
+                                        << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}
+                                        << "/home/u/b.txt\n/home/u/a b.txt";
     QTest::addRow("malformed URL is skipped")
         << QStringList{"file:///home/u/keep.txt", "file://[broken/x", "http://example.com/x"}
         << QStringList{"file:///home/u/keep.txt"} << "/home/u/keep.txt";
@@ -130,8 +131,8 @@ void TestPasteService::writesFiles()
     QFETCH(QString, paths);
 
     QVERIFY(m_service->write(fileEntry(stored), PasteMode::plainText, std::nullopt));
-    const QList<QByteArray> lines = m_pasteboard->peek(QStringLiteral("text/uri-list")).value_or(QByteArray())
-                                        .split('\n');
+    const QList<QByteArray> lines =
+        m_pasteboard->peek(QStringLiteral("text/uri-list")).value_or(QByteArray()).split('\n');
     QStringList written;
     for (const QByteArray &line : lines) {
         if (!line.trimmed().isEmpty())
@@ -160,12 +161,15 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
 
     QTest::addRow("image without bytes") << imageEntry() << std::optional<QByteArray>();
     QTest::addRow("image with empty bytes") << imageEntry() << std::optional<QByteArray>(QByteArray());
-    QTest::addRow("image with undecodable bytes") << imageEntry() << std::optional<QByteArray>("not a picture");
+    QTest::addRow("image with undecodable bytes")
+        << imageEntry() << std::optional<QByteArray>("not a picture");
     QTest::addRow("no valid file URL left")
         << fileEntry({"file://[broken", "https://example.com/"}) << std::optional<QByteArray>();
-    QTest::addRow("bytes for an entry that is no image")
-        << [] { auto e = imageEntry(); e.type = ClipboardContentType::file; return e; }()
-        << std::optional<QByteArray>(pngBytes());
+    QTest::addRow("bytes for an entry that is no image") << [] {
+        auto e = imageEntry();
+        e.type = ClipboardContentType::file;
+        return e;
+    }() << std::optional<QByteArray>(pngBytes());
     QTest::addRow("empty entry") << ClipboardHistoryEntry() << std::optional<QByteArray>();
 }
 
