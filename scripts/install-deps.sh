@@ -11,6 +11,7 @@ build_packages=(
     libx11-dev libxtst-dev libxcb1-dev libxcb-xtest0-dev libxcb-keysyms1-dev libxcb-xfixes0-dev
     qml6-module-qtquick-controls qml6-module-qtquick-layouts qml6-module-qtquick-window
     qml6-module-qtquick-templates qml6-module-qtquick-dialogs qml6-module-qtqml-workerscript
+    qt6-image-formats-plugins fonts-dejavu-core
     qml6-module-qt5compat-graphicaleffects qml6-module-qtmultimedia
 )
 test_packages=(

@@ -1,4 +1,5 @@
 #include "Platform/X11/X11FrontmostApplication.h"
+#include "Platform/X11/X11Connection.h"
 
 #include "App/Logging.h"
 
@@ -15,28 +16,6 @@
 #include <cstdlib>
 
 namespace {
-
-xcb_connection_t *x11Connection()
-{
-    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_window_t rootWindow(xcb_connection_t *connection)
-{
-    int screenNumber = 0;
-    char *host = nullptr;
-    int display = 0;
-    if (xcb_parse_display(nullptr, &host, &display, &screenNumber) == 0)
-        screenNumber = 0;
-    std::free(host);
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (int i = 0; it.rem > 0; xcb_screen_next(&it), ++i) {
-        if (i == screenNumber)
-            return it.data->root;
-    }
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
 
 xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
 {
@@ -93,7 +72,7 @@ QString X11FrontmostApplication::name() const
 
 std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::activeWindowClass() const
 {
-    xcb_connection_t *connection = x11Connection();
+    xcb_connection_t *connection = X11Connection::connection();
     if (!connection || xcb_connection_has_error(connection))
         return std::nullopt;
     if (m_activeWindowAtom == XCB_ATOM_NONE)
@@ -105,7 +84,7 @@ std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::act
     {
         xcb_get_property_reply_t *reply =
             xcb_get_property_reply(connection,
-                                   xcb_get_property(connection, 0, rootWindow(connection), m_activeWindowAtom,
+                                   xcb_get_property(connection, 0, X11Connection::rootWindow(connection), m_activeWindowAtom,
                                                     XCB_ATOM_WINDOW, 0, 1),
                                    nullptr);
         if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)

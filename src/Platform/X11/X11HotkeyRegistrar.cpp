@@ -1,4 +1,5 @@
 #include "Platform/X11/X11HotkeyRegistrar.h"
+#include "Platform/X11/X11Connection.h"
 
 #include "App/Logging.h"
 
@@ -25,29 +26,6 @@ constexpr xcb_keysym_t keysymAltR = 0xffea;
 constexpr uint8_t errorBadAccess = 10;
 // Shift, Lock, Control and Mod1–Mod5; the button bits of a key event's state do not matter.
 constexpr uint16_t keyboardModifierBits = 0x00ff;
-
-xcb_connection_t *x11Connection()
-{
-    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
-    return connection && !xcb_connection_has_error(connection) ? connection : nullptr;
-}
-
-xcb_window_t defaultRootWindow(xcb_connection_t *connection)
-{
-    int screenNumber = 0;
-    char *host = nullptr;
-    int display = 0;
-    if (xcb_parse_display(nullptr, &host, &display, &screenNumber) == 0)
-        screenNumber = 0;
-    std::free(host);
-    xcb_screen_iterator_t it = xcb_setup_roots_iterator(xcb_get_setup(connection));
-    for (int i = 0; it.rem > 0; xcb_screen_next(&it), ++i) {
-        if (i == screenNumber)
-            return it.data->root;
-    }
-    return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
-}
 
 // Letters, digits and the punctuation of the shortcut table have Latin-1 keysyms equal to their
 // character; Qt names letters by their upper-case form, the keysym that the unshifted key types is
@@ -124,8 +102,8 @@ std::array<uint16_t, 4> lockVariants(uint16_t lockMask)
 
 X11HotkeyRegistrar::X11HotkeyRegistrar(QObject *parent) : HotkeyRegistrar(parent)
 {
-    if (xcb_connection_t *connection = x11Connection())
-        m_root = defaultRootWindow(connection);
+    if (xcb_connection_t *connection = X11Connection::connection())
+        m_root = X11Connection::rootWindow(connection);
     QCoreApplication::instance()->installNativeEventFilter(this);
 }
 
@@ -140,7 +118,7 @@ bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, const QList<Modifier> &mo
 {
     ungrabId(id);
 
-    xcb_connection_t *connection = x11Connection();
+    xcb_connection_t *connection = X11Connection::connection();
     const xcb_keysym_t keysym = keysymFor(key);
     if (!connection || m_root == 0 || keysym == XCB_NO_SYMBOL)
         return false;
@@ -229,7 +207,7 @@ void X11HotkeyRegistrar::ungrabId(quint32 id)
 // client, so a combination that another id of ours also uses stays grabbed.
 void X11HotkeyRegistrar::release(const Grab &grab)
 {
-    xcb_connection_t *connection = x11Connection();
+    xcb_connection_t *connection = X11Connection::connection();
     if (!connection || m_root == 0)
         return;
     for (const quint8 keycode : grab.keycodes) {

@@ -1,4 +1,5 @@
 #include "Platform/X11/X11KeystrokePoster.h"
+#include "Platform/X11/X11Connection.h"
 
 #include "App/Logging.h"
 
@@ -18,13 +19,6 @@ constexpr xcb_keysym_t keysymV = 0x0076;
 // Where V and Left Control sit in the evdev map, for keyboard maps that have no "v" at all.
 constexpr xcb_keycode_t evdevKeycodeV = 55;
 constexpr xcb_keycode_t evdevKeycodeControlL = 37;
-
-xcb_connection_t *x11Connection()
-{
-    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
-    xcb_connection_t *connection = x11 ? x11->connection() : nullptr;
-    return connection && !xcb_connection_has_error(connection) ? connection : nullptr;
-}
 
 xcb_keycode_t keycodeFor(xcb_key_symbols_t *symbols, xcb_keysym_t keysym)
 {
@@ -79,7 +73,7 @@ X11KeystrokePoster::~X11KeystrokePoster() = default;
 bool X11KeystrokePoster::isAvailable() const
 {
     if (!m_available) {
-        xcb_connection_t *connection = x11Connection();
+        xcb_connection_t *connection = X11Connection::connection();
         if (!connection)
             return false;
         const xcb_query_extension_reply_t *extension = xcb_get_extension_data(connection, &xcb_test_id);
@@ -93,7 +87,7 @@ bool X11KeystrokePoster::isAvailable() const
 
 bool X11KeystrokePoster::postPasteKeystroke()
 {
-    xcb_connection_t *connection = x11Connection();
+    xcb_connection_t *connection = X11Connection::connection();
     if (!connection || !isAvailable())
         return false;
 

@@ -1,0 +1,11 @@
+#pragma once
+
+#include <xcb/xcb.h>
+
+// Qt's own connection to the X server and the root window of the default screen, shared by the X11
+// backends. Only files under Platform/X11 include this.
+namespace X11Connection {
+// Null when the application does not run on xcb or the connection has failed.
+xcb_connection_t *connection();
+xcb_window_t rootWindow(xcb_connection_t *connection);
+} // namespace X11Connection
