@@ -5,6 +5,8 @@
 #include "Platform/TerminationSignals.h"
 
 #include <QApplication>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
 #include <QThread>
@@ -113,6 +115,11 @@ int main(int argc, char **argv)
         printLine(stderr, unavailable);
         return 1;
     }
+
+    // The hub is a plain list: Qt Quick's software renderer draws it well and keeps a tray utility
+    // tens of megabytes lighter than a GL context would (QT_QUICK_BACKEND still overrides this).
+    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     QApplication app(argc, argv);
     QApplication::setApplicationDisplayName(QStringLiteral("Halcy"));

@@ -22,7 +22,7 @@ Rectangle {
     color: theme.background
     border.color: theme.border
     border.width: 1
-    radius: 2
+    radius: 0
 
     readonly property QtObject theme: QtObject {
         readonly property bool dark: root.hub.darkMode
