@@ -166,11 +166,13 @@ void AppState::setDesktopHidden(bool value)
 void AppState::setSearchQuery(const QString &value)
 {
     assertGuiThread();
-    if (m_searchQuery != value) {
-        m_searchQuery = value;
-        emit searchQueryChanged();
-    }
+    const bool changed = m_searchQuery != value;
+    m_searchQuery = value;
+    // Ranked before the change is announced, so that listeners (the hub selects the best match) see
+    // the results of the new query rather than those of the old one.
     refreshVisibleEntries();
+    if (changed)
+        emit searchQueryChanged();
 }
 
 void AppState::setSelectedClipboardEntryID(const QUuid &value)

@@ -673,6 +673,18 @@ void TestHubDesktop::typingNarrowsTheListAndNonsenseShowsNoMatches()
     // While searching the list is flat, without day sections.
     QCOMPARE(modelColumn(ClipboardListModel::SectionRole), QStringList(expected.size(), QString()));
     QTRY_VERIFY(rowItem(expected.first()));
+    // The best match is selected, so Return takes it.
+    QCOMPARE(model()->selectedRow(), 0);
+    QVERIFY(pressKeys(QStringLiteral("Return")));
+    QTRY_COMPARE_WITH_TIMEOUT(clipboardText(), model()->entryAt(0).textContent.value_or(QString()).toUtf8(), 3000);
+    // Also when one edit replaces the whole query.
+    QVERIFY(pressKeys(QStringLiteral("ctrl+a")));
+    QVERIFY(pressKeys(QStringLiteral("l")));
+    QTRY_COMPARE(m_app->appState()->searchQuery(), QStringLiteral("l"));
+    QCOMPARE(model()->selectedRow(), 0);
+    QVERIFY(pressKeys(QStringLiteral("ctrl+a")));
+    QVERIFY(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"), QStringLiteral("invoice")}));
+    QTRY_COMPARE(m_app->appState()->searchQuery(), QStringLiteral("invoice"));
 
     QVERIFY(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"), QStringLiteral("qzxj")}));
     QTRY_VERIFY(isShowing("noMatchesState"));
