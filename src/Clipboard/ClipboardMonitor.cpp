@@ -6,24 +6,15 @@
 #include "Platform/FrontmostApplication.h"
 #include "Platform/Pasteboard.h"
 
-#include <QBuffer>
-#include <QImage>
 #include <QThread>
 #include <QTimer>
+
+#include <memory>
 
 namespace {
 
 const QString unknownSource = QStringLiteral("Unknown");
 const QString saveFailedMessage = QStringLiteral("Clipboard history could not be saved.");
-
-std::optional<QByteArray> encodePNG(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
-        return std::nullopt;
-    return bytes;
-}
 
 } // namespace
 
@@ -76,22 +67,72 @@ void ClipboardMonitor::poll()
     if (!m_delegate || !m_delegate->isCaptureEnabled())
         return;
 
-    const QStringList types = m_pasteboard->types();
-    if (types.isEmpty()) {
-        // The owner went away and took its content along.
-        qCDebug(lcClipboard) << "clipboard emptied at change" << changeCount;
-        return;
-    }
-    if (isExcluded(types)) {
-        qCDebug(lcClipboard) << "skipping own, secret, transient or generated copy at change" << changeCount;
+    // Filled on the reading thread, read here once the answer has crossed over.
+    auto capture = std::make_shared<std::optional<ClipboardCapture>>();
+    PasteboardRequest request;
+    request.changeCount = changeCount;
+    request.isExcluded = &ClipboardMonitor::isExcluded;
+    request.prepare = [capture](const PasteboardContent &content) { *capture = buildCapture(content); };
+    m_pasteboard->requestContent(request, this, [this, capture](const PasteboardContent &content) {
+        record(content, std::move(*capture));
+    });
+}
+
+std::optional<ClipboardCapture> ClipboardMonitor::buildCapture(const PasteboardContent &content)
+{
+    if (content.status != PasteboardContent::Status::received)
+        return std::nullopt;
+    if (!content.fileURLs.isEmpty())
+        return ClipboardCapture::fromFileURLs(content.fileURLs, QString());
+    if (content.text)
+        return ClipboardCapture::fromString(*content.text, QString());
+    if (content.imagePNG)
+        return ClipboardCapture::fromImage(*content.imagePNG, content.changeCount, QString());
+    return std::nullopt;
+}
+
+void ClipboardMonitor::record(const PasteboardContent &content, std::optional<ClipboardCapture> capture)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    const qint64 changeCount = content.changeCount;
+    if (changeCount != m_lastChangeCount) {
+        qCDebug(lcClipboard) << "dropping the content of change" << changeCount << "- change"
+                             << m_lastChangeCount << "came since";
         return;
     }
 
-    const std::optional<ClipboardCapture> capture = readCapture(types, changeCount);
-    if (!capture) {
-        qCDebug(lcClipboard) << "nothing to record in types" << types;
+    switch (content.status) {
+    case PasteboardContent::Status::received:
+        break;
+    case PasteboardContent::Status::empty:
+        // The owner went away and took its content along.
+        qCDebug(lcClipboard) << "clipboard emptied at change" << changeCount;
+        return;
+    case PasteboardContent::Status::excluded:
+        qCDebug(lcClipboard) << "skipping own, secret, transient or generated copy at change" << changeCount;
+        return;
+    case PasteboardContent::Status::tooLarge: {
+        const bool isText = content.oversizeType.startsWith(QLatin1String("text/"));
+        qCInfo(lcClipboard).nospace().noquote()
+            << "not recording change " << changeCount << ": " << content.oversizeType << " of at least "
+            << content.oversizeBytes << " bytes is over the limit of "
+            << (isText ? PasteboardLimits::maxTextBytes : PasteboardLimits::maxImageBytes) << " bytes";
         return;
     }
+    case PasteboardContent::Status::unreadable:
+    case PasteboardContent::Status::superseded:
+        qCDebug(lcClipboard) << "nothing read at change" << changeCount << "-" << rawValue(content.status);
+        return;
+    }
+
+    // Capture may have been switched off while the content was being read.
+    if (!m_delegate || !m_delegate->isCaptureEnabled() || !m_store)
+        return;
+    if (!capture) {
+        qCDebug(lcClipboard) << "nothing to record in types" << content.types;
+        return;
+    }
+    capture->sourceAppName = sourceAppName();
 
     QString error;
     if (!m_store->insert(*capture, &error)) {
@@ -106,59 +147,6 @@ void ClipboardMonitor::poll()
         return;
     }
     m_delegate->publishEntries(entries);
-}
-
-std::optional<ClipboardCapture> ClipboardMonitor::readCapture(const QStringList &types,
-                                                              qint64 changeCount) const
-{
-    // Files win over text (a file manager also offers the paths as text), text over images (an editor
-    // also offers a picture of the selection).
-    if (types.contains(PasteboardTypes::uriList)) {
-        const QList<QUrl> urls = m_pasteboard->fileURLs();
-        if (!urls.isEmpty()) {
-            if (auto capture = ClipboardCapture::fromFileURLs(urls, sourceAppName()))
-                return capture;
-        }
-    }
-    if (const std::optional<QString> text = m_pasteboard->string(); text && !text->isEmpty()) {
-        if (auto capture = ClipboardCapture::fromString(*text, sourceAppName()))
-            return capture;
-    }
-    if (const std::optional<QByteArray> png = readImageAsPNG(types))
-        return ClipboardCapture::fromImage(*png, changeCount, sourceAppName());
-    return std::nullopt;
-}
-
-std::optional<QByteArray> ClipboardMonitor::readImageAsPNG(const QStringList &types) const
-{
-    if (types.contains(PasteboardTypes::png)) {
-        if (std::optional<QByteArray> bytes = m_pasteboard->data(PasteboardTypes::png);
-            bytes && !bytes->isEmpty())
-            return bytes;
-    }
-
-    // Anything else is stored as PNG: TIFF first, then the other image types in the owner's order.
-    QStringList candidates;
-    if (types.contains(PasteboardTypes::tiff))
-        candidates.append(PasteboardTypes::tiff);
-    for (const QString &type : types) {
-        if (type.startsWith(QLatin1String("image/")) && type != PasteboardTypes::png &&
-            type != PasteboardTypes::tiff)
-            candidates.append(type);
-    }
-    for (const QString &type : std::as_const(candidates)) {
-        const std::optional<QByteArray> bytes = m_pasteboard->data(type);
-        if (!bytes || bytes->isEmpty())
-            continue;
-        const QImage image = QImage::fromData(*bytes);
-        if (image.isNull()) {
-            qCDebug(lcClipboard) << "could not decode" << type << "of" << bytes->size() << "bytes";
-            continue;
-        }
-        if (std::optional<QByteArray> png = encodePNG(image))
-            return png;
-    }
-    return std::nullopt;
 }
 
 QString ClipboardMonitor::sourceAppName() const

@@ -14,6 +14,7 @@ class ClipboardStore;
 class FrontmostApplication;
 class Pasteboard;
 class QTimer;
+struct PasteboardContent;
 
 // What the monitor needs from the application state.
 class ClipboardMonitorDelegate
@@ -28,7 +29,8 @@ public:
 
 // Watches the clipboard and records every new content in the store. It reacts to the pasteboard's
 // change notification at once and also polls the change count every 0.45 s, so a missed notification
-// delays a capture but never loses it. GUI thread only.
+// delays a capture but never loses it. The content is read and the capture built (hashing included)
+// where the pasteboard reads, off the GUI thread on X11; only the store is written here. GUI thread only.
 class ClipboardMonitor final : public QObject
 {
     Q_OBJECT
@@ -46,16 +48,18 @@ public:
     bool isStarted() const { return m_timer != nullptr; }
     qint64 lastChangeCount() const { return m_lastChangeCount; }
 
-    // One step: when the change count moved, records the new content unless capture is off, or the
-    // content is Halcy's own, secret, transient or generated.
+    // One step: when the change count moved, asks for the new content, to be recorded unless capture is
+    // off, or the content is Halcy's own, secret, transient or generated, or too large. An answer that
+    // arrives after a newer change is dropped.
     void poll();
 
     // Whether a copy offering these types must not be recorded, decided before any data is read.
     static bool isExcluded(const QStringList &types);
 
 private:
-    std::optional<ClipboardCapture> readCapture(const QStringList &types, qint64 changeCount) const;
-    std::optional<QByteArray> readImageAsPNG(const QStringList &types) const;
+    // The capture without its source, from what the pasteboard read; runs on the reading thread.
+    static std::optional<ClipboardCapture> buildCapture(const PasteboardContent &content);
+    void record(const PasteboardContent &content, std::optional<ClipboardCapture> capture);
     QString sourceAppName() const;
 
     QPointer<Pasteboard> m_pasteboard;

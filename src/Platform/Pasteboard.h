@@ -1,23 +1,36 @@
 #pragma once
 
-#include <QByteArray>
-#include <QList>
-#include <QObject>
-#include <QString>
-#include <QStringList>
-#include <QUrl>
+#include "Platform/PasteboardContent.h"
 
+#include <QObject>
+#include <QStringList>
+
+#include <functional>
 #include <memory>
-#include <optional>
 
 class QMimeData;
 
+// What to read from the clipboard and what to do on the reading side before the answer is handed over.
+struct PasteboardRequest
+{
+    // The change count the answer will be tagged with.
+    qint64 changeCount = 0;
+    // From the type list alone: whether the content must be left unread. Runs where the content is
+    // read (a worker thread on X11), before any of it is fetched.
+    std::function<bool(const QStringList &types)> isExcluded;
+    // Runs where the content was read, right before it is handed over: the place for hashing and other
+    // work the GUI thread should not do. Must not touch objects of the GUI thread.
+    std::function<void(const PasteboardContent &content)> prepare;
+};
+
 // The system clipboard as the history sees it: a change counter that moves on every new content of the
-// clipboard (our own writes included), the types on offer, and typed reads and writes.
+// clipboard (our own writes included), an asynchronous read of the content, and writes.
 class Pasteboard : public QObject
 {
     Q_OBJECT
 public:
+    using ContentHandler = std::function<void(const PasteboardContent &content)>;
+
     using QObject::QObject;
     ~Pasteboard() override = default;
 
@@ -25,14 +38,14 @@ public:
     static std::unique_ptr<Pasteboard> createDefault(QObject *parent = nullptr);
 
     virtual qint64 changeCount() const = 0;
-    // MIME names and other targets offered now, without the selection protocol's own targets
-    // (TARGETS, TIMESTAMP, MULTIPLE, SAVE_TARGETS). Empty when nobody owns the clipboard.
-    virtual QStringList types() const = 0;
-    // text/plain as UTF-8; nothing when no plain text is offered.
-    virtual std::optional<QString> string() const = 0;
-    // The file URLs listed in text/uri-list; other URLs are left out.
-    virtual QList<QUrl> fileURLs() const = 0;
-    virtual std::optional<QByteArray> data(const QString &mimeType) const = 0;
+
+    // Reads the current content without blocking the calling thread, and answers every request exactly
+    // once on the pasteboard's thread (the GUI thread), unless `context` is gone by then. The answer may
+    // come before this returns. A newer request supersedes one still in progress (only the clipboard's
+    // current content can be read anyway): the older one is answered `superseded`.
+    virtual void requestContent(const PasteboardRequest &request, QObject *context,
+                                ContentHandler handler) = 0;
+
     // Replaces the clipboard with every format of `data` at once; takes ownership.
     virtual bool write(QMimeData *data) = 0;
     virtual void clear() = 0;

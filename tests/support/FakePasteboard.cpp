@@ -2,6 +2,8 @@
 
 #include <QMimeData>
 
+#include <utility>
+
 FakePasteboard::FakePasteboard(QObject *parent) : Pasteboard(parent)
 {
     // Something left over from before the launch.
@@ -52,37 +54,42 @@ QStringList FakePasteboard::types() const
     return result;
 }
 
-std::optional<QString> FakePasteboard::string() const
+PasteboardData FakePasteboard::fetch(const QString &type, qsizetype limit)
 {
     ++m_dataReads;
-    const std::optional<QByteArray> bytes = peek(QStringLiteral("text/plain"));
+    std::optional<QByteArray> bytes = peek(type);
     if (!bytes)
-        return std::nullopt;
-    return QString::fromUtf8(*bytes);
+        return PasteboardData::of(PasteboardData::Outcome::refused);
+    if (bytes->size() > limit)
+        return PasteboardData::of(PasteboardData::Outcome::tooLarge, bytes->size());
+    return PasteboardData::received(std::move(*bytes));
 }
 
-QList<QUrl> FakePasteboard::fileURLs() const
+void FakePasteboard::requestContent(const PasteboardRequest &request, QObject *context,
+                                    ContentHandler handler)
 {
-    ++m_dataReads;
-    QList<QUrl> urls;
-    const std::optional<QByteArray> list = peek(QStringLiteral("text/uri-list"));
-    if (!list)
-        return urls;
-    for (const QByteArray &line : list->split('\n')) {
-        const QByteArray trimmed = line.trimmed();
-        if (trimmed.isEmpty() || trimmed.startsWith('#'))
-            continue;
-        const QUrl url = QUrl::fromEncoded(trimmed);
-        if (url.isValid() && url.isLocalFile())
-            urls.append(url);
+    ++m_requestCount;
+    Answer answer{
+        context, std::move(handler),
+        PasteboardContent::read(request.changeCount, types(), request.isExcluded,
+                                [this](const QString &type, qsizetype limit) { return fetch(type, limit); })};
+    if (request.prepare)
+        request.prepare(answer.content);
+    if (!m_answersAtOnce) {
+        m_held.append(std::move(answer));
+        return;
     }
-    return urls;
+    if (answer.context)
+        answer.handler(answer.content);
 }
 
-std::optional<QByteArray> FakePasteboard::data(const QString &mimeType) const
+void FakePasteboard::answerHeldRequests()
 {
-    ++m_dataReads;
-    return peek(mimeType);
+    const QList<Answer> held = std::exchange(m_held, {});
+    for (const Answer &answer : held) {
+        if (answer.context)
+            answer.handler(answer.content);
+    }
 }
 
 bool FakePasteboard::write(QMimeData *data)

@@ -5,6 +5,7 @@
 #include <QByteArray>
 #include <QList>
 #include <QPair>
+#include <QPointer>
 #include <QString>
 
 #include <memory>
@@ -12,7 +13,8 @@
 class QMimeData;
 
 // An in-process clipboard: tests play the other application with copy(), and check what was read
-// (every data access is counted) and written.
+// (every data access is counted) and written. Requests are read at once, by the same rules as the real
+// backends; the answer comes at once too, or is held back until answerHeldRequests().
 class FakePasteboard final : public Pasteboard
 {
     Q_OBJECT
@@ -28,8 +30,14 @@ public:
     // The owner exits: the content disappears, which also counts as a change.
     void ownerExited();
 
-    // Reads of content (string, file URLs, data), not of the type list.
+    // Reads of content (one per type fetched), not of the type list.
     int dataReads() const { return m_dataReads; }
+    int requestCount() const { return m_requestCount; }
+    // Off: answers wait for answerHeldRequests(), as when a read takes its time on another thread.
+    void setAnswersAtOnce(bool atOnce) { m_answersAtOnce = atOnce; }
+    int heldRequests() const { return int(m_held.size()); }
+    // Hands over the held answers, oldest first, to those requesters that still exist.
+    void answerHeldRequests();
     void resetDataReads() { m_dataReads = 0; }
     int writeCount() const { return m_writeCount; }
     void setWriteSucceeds(bool succeeds) { m_writeSucceeds = succeeds; }
@@ -37,24 +45,33 @@ public:
     void setEmitsChanged(bool emits) { m_emitsChanged = emits; }
     // The content as it stands, without counting a read.
     const Content &content() const { return m_content; }
+    QStringList types() const;
     std::optional<QByteArray> peek(const QString &mimeType) const;
     // The object handed to the last write(), for formats that only exist as objects (images).
     const QMimeData *lastWritten() const { return m_lastWritten.get(); }
 
     qint64 changeCount() const override { return m_changeCount; }
-    QStringList types() const override;
-    std::optional<QString> string() const override;
-    QList<QUrl> fileURLs() const override;
-    std::optional<QByteArray> data(const QString &mimeType) const override;
+    void requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler) override;
     bool write(QMimeData *data) override;
     void clear() override;
 
 private:
+    struct Answer
+    {
+        QPointer<QObject> context;
+        ContentHandler handler;
+        PasteboardContent content;
+    };
+
     void bump();
+    PasteboardData fetch(const QString &type, qsizetype limit);
 
     Content m_content;
     qint64 m_changeCount = 0;
-    mutable int m_dataReads = 0;
+    int m_dataReads = 0;
+    int m_requestCount = 0;
+    bool m_answersAtOnce = true;
+    QList<Answer> m_held;
     int m_writeCount = 0;
     bool m_writeSucceeds = true;
     bool m_emitsChanged = true;

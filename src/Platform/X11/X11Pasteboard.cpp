@@ -1,10 +1,15 @@
 #include "Platform/X11/X11Pasteboard.h"
 
 #include "App/Logging.h"
+#include "Platform/X11/X11ClipboardReader.h"
 
 #include <QClipboard>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QThread>
+
+// From Xlib. Qt declares Display already; Xlib.h itself would bring its macros (Status, None …) here.
+extern "C" char *XDisplayString(Display *display);
 
 namespace {
 
@@ -14,6 +19,17 @@ bool isProtocolTarget(const QString &type)
     return type == QLatin1String("TARGETS") || type == QLatin1String("TIMESTAMP") ||
            type == QLatin1String("MULTIPLE") || type == QLatin1String("SAVE_TARGETS") ||
            type == QLatin1String("DELETE");
+}
+
+// The display Qt is connected to, which may come from -display rather than DISPLAY.
+QByteArray qtDisplayName()
+{
+    auto *x11 = qGuiApp ? qGuiApp->nativeInterface<QNativeInterface::QX11Application>() : nullptr;
+    if (x11 && x11->display()) {
+        if (const char *name = XDisplayString(x11->display()))
+            return QByteArray(name);
+    }
+    return qgetenv("DISPLAY");
 }
 
 } // namespace
@@ -27,55 +43,70 @@ X11Pasteboard::X11Pasteboard(QObject *parent) : Pasteboard(parent), m_clipboard(
         qCDebug(lcPlatform) << "clipboard changed, count" << m_changeCount;
         Q_EMIT changed();
     });
-}
 
-const QMimeData *X11Pasteboard::currentMimeData() const
-{
-    return m_clipboard->mimeData(QClipboard::Clipboard);
-}
-
-QStringList X11Pasteboard::types() const
-{
-    const QMimeData *mime = currentMimeData();
-    if (!mime)
-        return {};
-    QStringList result;
-    const QStringList formats = mime->formats();
-    for (const QString &format : formats) {
-        if (!isProtocolTarget(format) && !result.contains(format))
-            result.append(format);
+    if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        // The reader calls back on its own thread; the answer crosses over as a queued call, which is
+        // dropped with this object if it is gone by then.
+        m_reader =
+            X11ClipboardReader::create(qtDisplayName(), [this](quint64 id, const PasteboardContent &content) {
+                QMetaObject::invokeMethod(
+                    this, [this, id, content] { deliver(id, content); }, Qt::QueuedConnection);
+            });
+        if (!m_reader)
+            qCWarning(lcPlatform)
+                << "reading the clipboard in place; a slow clipboard owner will stall the UI";
     }
-    return result;
 }
 
-std::optional<QString> X11Pasteboard::string() const
-{
-    const QMimeData *mime = currentMimeData();
-    if (!mime || !mime->hasText())
-        return std::nullopt;
-    return mime->text();
-}
+X11Pasteboard::~X11Pasteboard() = default;
 
-QList<QUrl> X11Pasteboard::fileURLs() const
+void X11Pasteboard::requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler)
 {
-    const QMimeData *mime = currentMimeData();
-    if (!mime || !mime->hasUrls())
-        return {};
-    QList<QUrl> result;
-    const QList<QUrl> urls = mime->urls();
-    for (const QUrl &url : urls) {
-        if (url.isValid() && url.isLocalFile())
-            result.append(url);
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (m_reader) {
+        // The answer is queued to this thread, so it cannot arrive before the handler is stored.
+        m_pending.insert(m_reader->request(request), {context, std::move(handler)});
+        return;
     }
-    return result;
+    PasteboardContent content = readInPlace(request);
+    if (request.prepare)
+        request.prepare(content);
+    QMetaObject::invokeMethod(
+        this,
+        [context = QPointer<QObject>(context), handler = std::move(handler), content] {
+            if (context)
+                handler(content);
+        },
+        Qt::QueuedConnection);
 }
 
-std::optional<QByteArray> X11Pasteboard::data(const QString &mimeType) const
+void X11Pasteboard::deliver(quint64 requestId, const PasteboardContent &content)
 {
-    const QMimeData *mime = currentMimeData();
-    if (!mime || !mime->hasFormat(mimeType))
-        return std::nullopt;
-    return mime->data(mimeType);
+    const PendingRequest pending = m_pending.take(requestId);
+    if (pending.context && pending.handler)
+        pending.handler(content);
+}
+
+PasteboardContent X11Pasteboard::readInPlace(const PasteboardRequest &request) const
+{
+    const QMimeData *mime = m_clipboard->mimeData(QClipboard::Clipboard);
+    QStringList types;
+    if (mime) {
+        const QStringList formats = mime->formats();
+        for (const QString &format : formats) {
+            if (!isProtocolTarget(format) && !types.contains(format))
+                types.append(format);
+        }
+    }
+    return PasteboardContent::read(
+        request.changeCount, types, request.isExcluded, [mime](const QString &type, qsizetype limit) {
+            const QByteArray bytes = mime->data(type);
+            if (bytes.isEmpty() && !mime->hasFormat(type))
+                return PasteboardData::of(PasteboardData::Outcome::refused);
+            if (bytes.size() > limit)
+                return PasteboardData::of(PasteboardData::Outcome::tooLarge, bytes.size());
+            return PasteboardData::received(bytes);
+        });
 }
 
 bool X11Pasteboard::write(QMimeData *data)

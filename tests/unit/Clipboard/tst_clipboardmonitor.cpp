@@ -9,6 +9,7 @@
 #include <QBuffer>
 #include <QImage>
 #include <QImageReader>
+#include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlError>
 #include <QSqlQuery>
@@ -76,6 +77,12 @@ private slots:
     void changeNotificationPollsAtOnce();
     void timerCatchesAMissedNotification();
     void startIsIdempotent();
+    void answerForAnOlderChangeIsDropped();
+    void answerAfterPausingIsDropped();
+    void answerAfterTheMonitorIsGoneIsIgnored();
+    void oversizeCopiesAreNotRecorded_data();
+    void oversizeCopiesAreNotRecorded();
+    void textAtTheLimitIsRecorded();
 
 private:
     std::unique_ptr<ClipboardMonitor> makeMonitor();
@@ -294,6 +301,7 @@ void TestClipboardMonitor::copyMadeWhileOffIsNeverCapturedLater()
     m_pasteboard->resetDataReads();
     monitor->poll();
     QCOMPARE(m_pasteboard->dataReads(), 0);
+    QCOMPARE(m_pasteboard->requestCount(), 0);
 
     m_delegate.enabled = true;
     monitor->poll();
@@ -419,6 +427,103 @@ void TestClipboardMonitor::startIsIdempotent()
     QCOMPARE(timers.size(), 1);
     QCOMPARE(timers.first()->interval(), 450);
     QVERIFY(timers.first()->isActive());
+}
+
+void TestClipboardMonitor::answerForAnOlderChangeIsDropped()
+{
+    auto monitor = makeMonitor();
+    m_pasteboard->setAnswersAtOnce(false);
+    m_pasteboard->copyText(QStringLiteral("overtaken"));
+    monitor->poll();
+    m_pasteboard->copyText(QStringLiteral("newest"));
+    monitor->poll();
+    QCOMPARE(m_pasteboard->heldRequests(), 2);
+
+    m_pasteboard->answerHeldRequests();
+    const ClipboardHistoryEntries entries = m_store->entries();
+    QCOMPARE(entries.size(), 1);
+    QCOMPARE(entries.first().textContent, QStringLiteral("newest"));
+    QCOMPARE(m_delegate.published.size(), 1);
+}
+
+void TestClipboardMonitor::answerAfterPausingIsDropped()
+{
+    auto monitor = makeMonitor();
+    m_pasteboard->setAnswersAtOnce(false);
+    m_pasteboard->copyText(QStringLiteral("read while the user paused"));
+    monitor->poll();
+    m_delegate.enabled = false;
+    m_pasteboard->answerHeldRequests();
+
+    QVERIFY(m_store->entries().isEmpty());
+    QVERIFY(m_delegate.published.isEmpty());
+}
+
+void TestClipboardMonitor::answerAfterTheMonitorIsGoneIsIgnored()
+{
+    auto monitor = makeMonitor();
+    m_pasteboard->setAnswersAtOnce(false);
+    m_pasteboard->copyText(QStringLiteral("orphaned"));
+    monitor->poll();
+    monitor.reset();
+    m_pasteboard->answerHeldRequests();
+
+    QVERIFY(m_store->entries().isEmpty());
+    QVERIFY(m_delegate.published.isEmpty());
+}
+
+void TestClipboardMonitor::oversizeCopiesAreNotRecorded_data()
+{
+    QTest::addColumn<FakePasteboard::Content>("content");
+
+    const QByteArray overText(PasteboardLimits::maxTextBytes + 1, 'x');
+    const QByteArray png = encoded(sampleImage(), "PNG");
+    const QString uriList = QStringLiteral("text/uri-list");
+    QByteArray overURIList;
+    while (overURIList.size() <= PasteboardLimits::maxTextBytes)
+        overURIList += "file:///home/u/a-rather-long-file-name-to-fill-the-list-quickly.txt\r\n";
+
+    QTest::addRow("text") << FakePasteboard::Content{{plain, overText}};
+    QTest::addRow("text does not give way to its image")
+        << FakePasteboard::Content{{plain, overText}, {QStringLiteral("image/png"), png}};
+    QTest::addRow("file list does not give way to its text")
+        << FakePasteboard::Content{{uriList, overURIList}, {plain, "/home/u/a.txt"}};
+    QTest::addRow("png") << FakePasteboard::Content{
+        {QStringLiteral("image/png"), QByteArray(PasteboardLimits::maxImageBytes + 1, '\x89')}};
+}
+
+void TestClipboardMonitor::oversizeCopiesAreNotRecorded()
+{
+    QFETCH(FakePasteboard::Content, content);
+
+    auto monitor = makeMonitor();
+    m_pasteboard->copy(content);
+    // One line in the log, and nothing for the user to see.
+    QTest::ignoreMessage(QtInfoMsg,
+                         QRegularExpression(QStringLiteral("^not recording change 42: .* over the limit")));
+    monitor->poll();
+    QVERIFY(m_store->entries().isEmpty());
+    QVERIFY(m_delegate.published.isEmpty());
+    QVERIFY(m_delegate.messages.isEmpty());
+
+    // Nothing is stuck: the next copy is recorded as usual.
+    m_pasteboard->copyText(QStringLiteral("small again"));
+    monitor->poll();
+    QCOMPARE(m_store->entries().value(0).textContent, QStringLiteral("small again"));
+}
+
+void TestClipboardMonitor::textAtTheLimitIsRecorded()
+{
+    QByteArray text(PasteboardLimits::maxTextBytes, 'y');
+    text[0] = 'A';
+    auto monitor = makeMonitor();
+    m_pasteboard->copy({{plain, text}});
+    monitor->poll();
+
+    const ClipboardHistoryEntries entries = m_store->entries();
+    QCOMPARE(entries.size(), 1);
+    QCOMPARE(entries.first().textContent.value_or(QString()).size(), PasteboardLimits::maxTextBytes);
+    QVERIFY(entries.first().title.startsWith(QLatin1String("Ayyy")));
 }
 
 QTEST_GUILESS_MAIN(TestClipboardMonitor)

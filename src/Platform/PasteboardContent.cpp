@@ -1,0 +1,162 @@
+#include "Platform/PasteboardContent.h"
+
+#include "App/Logging.h"
+
+#include <QBuffer>
+#include <QImage>
+
+#include <algorithm>
+
+namespace {
+
+const QString uriList = QStringLiteral("text/uri-list");
+const QString plainText = QStringLiteral("text/plain");
+const QString png = QStringLiteral("image/png");
+const QString tiff = QStringLiteral("image/tiff");
+
+bool isBlank(const QString &text)
+{
+    return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isSpace(); });
+}
+
+QString decodeText(const QByteArray &bytes)
+{
+    // Some owners send C strings, terminator included.
+    qsizetype end = bytes.size();
+    while (end > 0 && bytes.at(end - 1) == '\0')
+        --end;
+    return QString::fromUtf8(bytes.constData(), end);
+}
+
+std::optional<QByteArray> encodePNG(const QImage &image)
+{
+    QByteArray bytes;
+    QBuffer buffer(&bytes);
+    if (!buffer.open(QIODevice::WriteOnly) || !image.save(&buffer, "PNG"))
+        return std::nullopt;
+    return bytes;
+}
+
+} // namespace
+
+PasteboardContent PasteboardContent::read(qint64 changeCount, const QStringList &types,
+                                          const std::function<bool(const QStringList &)> &isExcluded,
+                                          const Fetch &fetch)
+{
+    PasteboardContent content;
+    content.changeCount = changeCount;
+    content.types = types;
+    if (types.isEmpty()) {
+        content.status = Status::empty;
+        return content;
+    }
+    if (isExcluded && isExcluded(types)) {
+        content.status = Status::excluded;
+        return content;
+    }
+    content.status = Status::received;
+
+    // True when this answer ends the read; the status then says why.
+    const auto endsRead = [&content](const QString &type, const PasteboardData &data) {
+        switch (data.outcome) {
+        case PasteboardData::Outcome::received:
+        case PasteboardData::Outcome::refused:
+            return false;
+        case PasteboardData::Outcome::tooLarge:
+            content.status = Status::tooLarge;
+            content.oversizeType = type;
+            content.oversizeBytes = data.size;
+            return true;
+        case PasteboardData::Outcome::failed:
+            content.status = Status::unreadable;
+            return true;
+        case PasteboardData::Outcome::cancelled:
+            content.status = Status::superseded;
+            return true;
+        }
+        return true;
+    };
+
+    // Files win over text (a file manager also offers the paths as text), text over images (an editor
+    // also offers a picture of the selection).
+    if (types.contains(uriList)) {
+        const PasteboardData data = fetch(uriList, PasteboardLimits::maxTextBytes);
+        if (endsRead(uriList, data))
+            return content;
+        content.fileURLs = fileURLsFromURIList(data.bytes);
+        if (!content.fileURLs.isEmpty())
+            return content;
+    }
+
+    if (types.contains(plainText)) {
+        const PasteboardData data = fetch(plainText, PasteboardLimits::maxTextBytes);
+        if (endsRead(plainText, data))
+            return content;
+        if (data.outcome == PasteboardData::Outcome::received) {
+            QString text = decodeText(data.bytes);
+            if (!isBlank(text)) {
+                content.text = std::move(text);
+                return content;
+            }
+        }
+    }
+
+    if (types.contains(png)) {
+        PasteboardData data = fetch(png, PasteboardLimits::maxImageBytes);
+        if (endsRead(png, data))
+            return content;
+        if (!data.bytes.isEmpty()) {
+            content.imagePNG = std::move(data.bytes);
+            return content;
+        }
+    }
+
+    // Anything else is kept as PNG: TIFF first, then the other image types in the owner's order.
+    QStringList candidates;
+    if (types.contains(tiff))
+        candidates.append(tiff);
+    for (const QString &type : types) {
+        if (type.startsWith(QLatin1String("image/")) && type != png && type != tiff)
+            candidates.append(type);
+    }
+    for (const QString &type : std::as_const(candidates)) {
+        PasteboardData data = fetch(type, PasteboardLimits::maxImageBytes);
+        if (endsRead(type, data))
+            return content;
+        if (data.bytes.isEmpty())
+            continue;
+        const qsizetype encodedSize = data.bytes.size();
+        QImage image = QImage::fromData(std::exchange(data.bytes, {}));
+        if (image.isNull()) {
+            qCDebug(lcPlatform) << "could not decode" << type << "of" << encodedSize << "bytes";
+            continue;
+        }
+        std::optional<QByteArray> encoded = encodePNG(image);
+        image = QImage();
+        if (!encoded)
+            continue;
+        if (encoded->size() > PasteboardLimits::maxImageBytes) {
+            content.status = Status::tooLarge;
+            content.oversizeType = png;
+            content.oversizeBytes = encoded->size();
+            return content;
+        }
+        content.imagePNG = std::move(encoded);
+        return content;
+    }
+    return content;
+}
+
+QList<QUrl> PasteboardContent::fileURLsFromURIList(const QByteArray &uriList)
+{
+    QList<QUrl> urls;
+    for (const QByteArray &line : uriList.split('\n')) {
+        const QByteArray trimmed = line.trimmed();
+        if (trimmed.isEmpty() || trimmed.startsWith('#'))
+            continue;
+        const QUrl url = QUrl::fromEncoded(trimmed);
+        if (url.isValid() && url.isLocalFile())
+            urls.append(url);
+    }
+    return urls;
+}
