@@ -1,11 +1,16 @@
+#include "Clipboard/ClipboardMonitor.h"
 #include "PeerProcess.h"
+#include "Platform/X11/X11ClipboardReader.h"
 #include "Platform/X11/X11Pasteboard.h"
+#include "StallMeter.h"
 #include "X11TestMain.h"
 
 #include <QBuffer>
+#include <QDeadlineTimer>
 #include <QElapsedTimer>
 #include <QImage>
 #include <QMimeData>
+#include <QRandomGenerator>
 #include <QSignalSpy>
 #include <QStandardPaths>
 #include <QTemporaryDir>
@@ -14,7 +19,59 @@
 namespace {
 
 const QString clipboardPeer = QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer");
+const QString xcbOwnerPeer = QStringLiteral(HALCY_TEST_PEERS_DIR "/xcb_owner_peer");
 const QString marker = QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste");
+using Status = PasteboardContent::Status;
+
+// Asks for the content and keeps the event loop running until the answer is in.
+class PendingRead final
+{
+public:
+    PendingRead(Pasteboard &pasteboard, PasteboardRequest request = {})
+    {
+        pasteboard.requestContent(request, &m_context, [this](const PasteboardContent &content) {
+            m_answer = content;
+            ++m_answers;
+        });
+    }
+    std::optional<PasteboardContent> wait(int timeoutMs = 5000)
+    {
+        const QDeadlineTimer deadline(timeoutMs);
+        while (!m_answer && !deadline.hasExpired())
+            spinEventLoop(2);
+        return m_answer;
+    }
+    bool isAnswered() const { return m_answer.has_value(); }
+    int answers() const { return m_answers; }
+
+private:
+    QObject m_context;
+    std::optional<PasteboardContent> m_answer;
+    int m_answers = 0;
+};
+
+std::optional<PasteboardContent> readContent(Pasteboard &pasteboard, PasteboardRequest request = {})
+{
+    return PendingRead(pasteboard, std::move(request)).wait();
+}
+
+QByteArray randomBytes(qsizetype size)
+{
+    QByteArray bytes(size, Qt::Uninitialized);
+    QRandomGenerator generator(7);
+    generator.fillRange(reinterpret_cast<quint32 *>(bytes.data()), size / 4);
+    return bytes;
+}
+
+// Readable text of the given size, with a recognisable start and end.
+QByteArray textOfSize(qsizetype size)
+{
+    QByteArray text = "BEGIN ";
+    while (text.size() < size - 4)
+        text += "lorem ipsum dolor sit amet ";
+    text.truncate(size - 4);
+    return text + " END";
+}
 
 QByteArray pngBytes()
 {
@@ -50,12 +107,25 @@ private slots:
     void foreignCopyIsNoticedQuickly();
     void readsWhatAnotherApplicationOffers_data();
     void readsWhatAnotherApplicationOffers();
+    void decodesTextTargets_data();
+    void decodesTextTargets();
     void ownerExitLeavesNoTypes();
     void ownWriteIsServedToOthers();
     void ownWriteOutlivesTheWritersWindow();
     void clearGivesUpTheClipboard();
 
+    void readsOffTheGuiThread();
+    void excludedContentIsNeverRequested();
+    void incrementalTransfers_data();
+    void incrementalTransfers();
+    void oversizeTransfersStopEarly_data();
+    void oversizeTransfersStopEarly();
+    void silentOwnerIsGivenUp();
+    void newerRequestSupersedesOneInProgress();
+
 private:
+    QString writeFile(const QString &name, const QByteArray &bytes);
+
     QTemporaryDir m_dir;
 };
 
@@ -67,9 +137,19 @@ void TestX11Pasteboard::initTestCase()
     QVERIFY(m_dir.isValid());
 }
 
+QString TestX11Pasteboard::writeFile(const QString &name, const QByteArray &bytes)
+{
+    const QString path = m_dir.filePath(name);
+    QFile file(path);
+    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
+        return QString();
+    return path;
+}
+
 void TestX11Pasteboard::foreignCopyIsNoticedQuickly()
 {
     X11Pasteboard pasteboard;
+    QVERIFY(pasteboard.readsInBackground());
     QSignalSpy changed(&pasteboard, &Pasteboard::changed);
     const qint64 before = pasteboard.changeCount();
 
@@ -85,8 +165,11 @@ void TestX11Pasteboard::foreignCopyIsNoticedQuickly()
     QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 500);
     qInfo("change seen %lld ms after starting xclip", elapsed.elapsed());
     QVERIFY(changed.count() >= 1);
-    QCOMPARE(pasteboard.string(), std::optional<QString>(QStringLiteral("copied by xclip")));
-    QVERIFY(pasteboard.types().contains(QStringLiteral("text/plain")));
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::received);
+    QCOMPARE(content->text, std::optional<QString>(QStringLiteral("copied by xclip")));
+    QVERIFY(content->types.contains(QStringLiteral("text/plain")));
 
     xclip.kill();
     xclip.waitForFinished();
@@ -96,27 +179,29 @@ void TestX11Pasteboard::readsWhatAnotherApplicationOffers_data()
 {
     QTest::addColumn<QStringList>("arguments");
     QTest::addColumn<QStringList>("expectedTypes");
-    QTest::addColumn<QString>("text"); // "-": no plain text on offer
+    QTest::addColumn<QString>("text"); // "-": not read
     QTest::addColumn<QStringList>("fileURLs");
-    QTest::addColumn<QString>("dataType");
-    QTest::addColumn<QByteArray>("dataValue");
+    QTest::addColumn<QByteArray>("image");
 
     QTest::addRow("text with a password hint")
         << QStringList{"--text", "s3cret ✓", "--type", "x-kde-passwordManagerHint=secret"}
         << QStringList{"text/plain", "x-kde-passwordManagerHint"} << "s3cret ✓" << QStringList{}
-        << "x-kde-passwordManagerHint" << QByteArray("secret");
+        << QByteArray();
     QTest::addRow("concealed marker with empty value")
         << QStringList{"--text", "pin 1234", "--type", "org.nspasteboard.ConcealedType="}
         << QStringList{"text/plain", "org.nspasteboard.ConcealedType"} << "pin 1234" << QStringList{}
-        << "org.nspasteboard.ConcealedType" << QByteArray();
-    QTest::addRow("file list keeps only file URLs")
+        << QByteArray();
+    QTest::addRow("file list keeps only file URLs and leaves the text unread")
         << QStringList{"--uri-list", "file:///tmp/a%20b.txt", "--uri-list", "https://example.com/",
                        "--uri-list", "file:///tmp/c.txt",     "--text",     "/tmp/a b.txt"}
-        << QStringList{"text/uri-list", "text/plain"} << "/tmp/a b.txt"
-        << QStringList{"file:///tmp/a%20b.txt", "file:///tmp/c.txt"} << QString() << QByteArray();
-    QTest::addRow("png without text")
-        << QStringList{"--data", "image/png=" + m_dir.filePath("in.png")} << QStringList{"image/png"} << "-"
-        << QStringList{} << "image/png" << pngBytes();
+        << QStringList{"text/uri-list", "text/plain"} << "-"
+        << QStringList{"file:///tmp/a%20b.txt", "file:///tmp/c.txt"} << QByteArray();
+    QTest::addRow("web addresses alone give way to the text")
+        << QStringList{"--uri-list", "https://example.com/", "--text", "https://example.com/"}
+        << QStringList{"text/uri-list", "text/plain"} << "https://example.com/" << QStringList{}
+        << QByteArray();
+    QTest::addRow("png without text") << QStringList{"--data", "image/png=" + m_dir.filePath("in.png")}
+                                      << QStringList{"image/png"} << "-" << QStringList{} << pngBytes();
 }
 
 void TestX11Pasteboard::readsWhatAnotherApplicationOffers()
@@ -125,14 +210,9 @@ void TestX11Pasteboard::readsWhatAnotherApplicationOffers()
     QFETCH(QStringList, expectedTypes);
     QFETCH(QString, text);
     QFETCH(QStringList, fileURLs);
-    QFETCH(QString, dataType);
-    QFETCH(QByteArray, dataValue);
+    QFETCH(QByteArray, image);
 
-    {
-        QFile png(m_dir.filePath("in.png"));
-        QVERIFY(png.open(QIODevice::WriteOnly));
-        png.write(pngBytes());
-    }
+    QVERIFY(!writeFile(QStringLiteral("in.png"), pngBytes()).isEmpty());
 
     X11Pasteboard pasteboard;
     const qint64 before = pasteboard.changeCount();
@@ -140,25 +220,57 @@ void TestX11Pasteboard::readsWhatAnotherApplicationOffers()
     QVERIFY2(peer.start(arguments), qPrintable(peer.errorOutput()));
     QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 2000);
 
-    const QStringList types = pasteboard.types();
+    PasteboardRequest request;
+    request.changeCount = pasteboard.changeCount();
+    const std::optional<PasteboardContent> content = readContent(pasteboard, request);
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::received);
+    QCOMPARE(content->changeCount, request.changeCount);
     for (const QString &type : expectedTypes)
-        QVERIFY2(types.contains(type), qPrintable(types.join(QLatin1Char(' '))));
-    for (const char *protocol : {"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS"})
-        QVERIFY2(!types.contains(QLatin1String(protocol)), protocol);
+        QVERIFY2(content->types.contains(type), qPrintable(content->types.join(QLatin1Char(' '))));
+    for (const char *protocol : {"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "UTF8_STRING"})
+        QVERIFY2(!content->types.contains(QLatin1String(protocol)), protocol);
 
     if (text == QLatin1String("-"))
-        QCOMPARE(pasteboard.string(), std::nullopt);
+        QCOMPARE(content->text, std::nullopt);
     else
-        QCOMPARE(pasteboard.string(), std::optional<QString>(text));
-
+        QCOMPARE(content->text, std::optional<QString>(text));
     QStringList urls;
-    for (const QUrl &url : pasteboard.fileURLs())
+    for (const QUrl &url : content->fileURLs)
         urls.append(url.toString(QUrl::FullyEncoded));
     QCOMPARE(urls, fileURLs);
+    QCOMPARE(content->imagePNG, image.isEmpty() ? std::nullopt : std::optional<QByteArray>(image));
+}
 
-    if (!dataType.isEmpty())
-        QCOMPARE(pasteboard.data(dataType), std::optional<QByteArray>(dataValue));
-    QCOMPARE(pasteboard.data(QStringLiteral("application/x-not-offered")), std::nullopt);
+void TestX11Pasteboard::decodesTextTargets_data()
+{
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QString>("text");
+
+    QTest::addRow("UTF8_STRING") << "UTF8_STRING" << QByteArray("na\xc3\xafve \xe2\x9c\x93") << "naïve ✓";
+    QTest::addRow("Latin-1 STRING") << "STRING" << QByteArray("caf\xe9") << "café";
+    QTest::addRow("text/plain with charset")
+        << "text/plain;charset=utf-8" << QByteArray("\xc3\xa9t\xc3\xa9") << "été";
+    QTest::addRow("C string terminator dropped")
+        << "UTF8_STRING" << QByteArray("ends here\0", 10) << "ends here";
+}
+
+void TestX11Pasteboard::decodesTextTargets()
+{
+    QFETCH(QString, target);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QString, text);
+
+    X11Pasteboard pasteboard;
+    const QString file = writeFile(QStringLiteral("text.bin"), bytes);
+    PeerProcess owner(xcbOwnerPeer);
+    QVERIFY2(owner.start({QStringLiteral("--offer"), target + QLatin1Char('=') + file}),
+             qPrintable(owner.errorOutput()));
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    QVERIFY(content);
+    QCOMPARE(content->types, QStringList{QStringLiteral("text/plain")});
+    QCOMPARE(content->text, std::optional<QString>(text));
 }
 
 void TestX11Pasteboard::ownerExitLeavesNoTypes()
@@ -166,16 +278,19 @@ void TestX11Pasteboard::ownerExitLeavesNoTypes()
     X11Pasteboard pasteboard;
     PeerProcess peer(clipboardPeer);
     QVERIFY(peer.start({QStringLiteral("--text"), QStringLiteral("short-lived")}));
-    QTRY_COMPARE_WITH_TIMEOUT(pasteboard.string(), std::optional<QString>(QStringLiteral("short-lived")),
-                              2000);
+    QCOMPARE(readContent(pasteboard).value_or(PasteboardContent()).text,
+             std::optional<QString>(QStringLiteral("short-lived")));
 
     QSignalSpy changed(&pasteboard, &Pasteboard::changed);
     const qint64 before = pasteboard.changeCount();
     peer.stop();
     QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 2000);
     QVERIFY(changed.count() >= 1);
-    QCOMPARE(pasteboard.types(), QStringList());
-    QCOMPARE(pasteboard.string(), std::nullopt);
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::empty);
+    QCOMPARE(content->types, QStringList());
+    QVERIFY(!content->hasPayload());
 }
 
 void TestX11Pasteboard::ownWriteIsServedToOthers()
@@ -188,7 +303,8 @@ void TestX11Pasteboard::ownWriteIsServedToOthers()
     mime->setData(marker, "1");
     mime->setText(QStringLiteral("written by Halcy ✓"));
     QVERIFY(pasteboard.write(mime));
-    QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 1000);
+    // Moves at once, before any round trip to the X server.
+    QVERIFY(pasteboard.changeCount() > before);
     QVERIFY(changed.count() >= 1);
 
     QCOMPARE(xclipOut(), std::optional<QByteArray>(QStringLiteral("written by Halcy ✓").toUtf8()));
@@ -197,8 +313,13 @@ void TestX11Pasteboard::ownWriteIsServedToOthers()
     const QByteArrayList targetList = targets->split('\n');
     QVERIFY2(targetList.contains(marker.toLatin1()), targets->constData());
     QCOMPARE(xclipOut(marker), std::optional<QByteArray>("1"));
-    // Our own write reads back through the same interface the monitor uses.
-    QVERIFY(pasteboard.types().contains(marker));
+    // Our own write reads back through the reader's own connection, the GUI thread serving it.
+    PasteboardRequest request;
+    request.isExcluded = &ClipboardMonitor::isExcluded;
+    const std::optional<PasteboardContent> content = readContent(pasteboard, request);
+    QVERIFY(content);
+    QVERIFY(content->types.contains(marker));
+    QCOMPARE(content->status, Status::excluded);
 }
 
 void TestX11Pasteboard::ownWriteOutlivesTheWritersWindow()
@@ -230,6 +351,232 @@ void TestX11Pasteboard::clearGivesUpTheClipboard()
     pasteboard.clear();
     QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 1000);
     QCOMPARE(xclipOut(), std::nullopt);
+}
+
+void TestX11Pasteboard::readsOffTheGuiThread()
+{
+    X11Pasteboard pasteboard;
+    PeerProcess owner(xcbOwnerPeer);
+    QVERIFY(
+        owner.start({QStringLiteral("--offer"), QStringLiteral("UTF8_STRING=") + writeFile("t", "where?")}));
+
+    QThread *readingThread = nullptr;
+    PasteboardRequest request;
+    request.prepare = [&readingThread](const PasteboardContent &) {
+        readingThread = QThread::currentThread();
+    };
+    QThread *answeringThread = nullptr;
+    QObject context;
+    bool answered = false;
+    pasteboard.requestContent(request, &context, [&](const PasteboardContent &) {
+        answeringThread = QThread::currentThread();
+        answered = true;
+    });
+    QVERIFY(!answered);
+    QTRY_VERIFY_WITH_TIMEOUT(answered, 5000);
+    QVERIFY(readingThread);
+    QVERIFY(readingThread != QThread::currentThread());
+    QCOMPARE(answeringThread, QThread::currentThread());
+}
+
+void TestX11Pasteboard::excludedContentIsNeverRequested()
+{
+    X11Pasteboard pasteboard;
+    // Silent for data: had the text been requested, the read would hang until the transfer timeout.
+    PeerProcess owner(xcbOwnerPeer);
+    QVERIFY(owner.start({QStringLiteral("--silent"), QStringLiteral("--offer"),
+                         QStringLiteral("UTF8_STRING=") + writeFile("secret", "hunter2"),
+                         QStringLiteral("--offer"),
+                         QStringLiteral("x-kde-passwordManagerHint=") + writeFile("hint", "secret")}));
+
+    PasteboardRequest request;
+    request.isExcluded = &ClipboardMonitor::isExcluded;
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const std::optional<PasteboardContent> content = readContent(pasteboard, request);
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::excluded);
+    QVERIFY2(elapsed.elapsed() < X11ClipboardReader::transferTimeoutMs / 2,
+             qPrintable(QString::number(elapsed.elapsed())));
+    QCOMPARE(owner.stop().trimmed(), QStringLiteral("request TARGETS"));
+}
+
+void TestX11Pasteboard::incrementalTransfers_data()
+{
+    QTest::addColumn<QString>("program"); // empty: xclip
+    QTest::addColumn<QString>("target");
+    QTest::addColumn<QByteArray>("bytes");
+    QTest::addColumn<QStringList>("extraArguments");
+
+    QTest::addRow("5 MB of text from xclip, 1 MB chunks")
+        << QString() << "UTF8_STRING" << textOfSize(5'000'000) << QStringList{};
+    QTest::addRow("20 MB png from a Qt owner, one chunk past its request size")
+        << clipboardPeer << "image/png" << randomBytes(20'000'000) << QStringList{};
+    QTest::addRow("3 MB of text in 4 KB chunks")
+        << xcbOwnerPeer << "UTF8_STRING" << textOfSize(3'000'000) << QStringList{"--chunk", "4096"};
+    QTest::addRow("size understated in the announcement")
+        << xcbOwnerPeer << "UTF8_STRING" << textOfSize(2'000'000) << QStringList{"--announce", "10"};
+}
+
+void TestX11Pasteboard::incrementalTransfers()
+{
+    QFETCH(QString, program);
+    QFETCH(QString, target);
+    QFETCH(QByteArray, bytes);
+    QFETCH(QStringList, extraArguments);
+
+    X11Pasteboard pasteboard;
+    const QString file = writeFile(QStringLiteral("large.bin"), bytes);
+    QVERIFY(!file.isEmpty());
+    QProcess xclip;
+    std::optional<PeerProcess> peer;
+    if (program.isEmpty()) {
+        spinEventLoop(100);
+        const qint64 before = pasteboard.changeCount();
+        xclip.start(QStringLiteral("xclip"),
+                    {QStringLiteral("-quiet"), QStringLiteral("-selection"), QStringLiteral("clipboard"),
+                     QStringLiteral("-t"), target, file});
+        QVERIFY(xclip.waitForStarted());
+        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 3000);
+    } else {
+        peer.emplace(program);
+        const QString option =
+            program == clipboardPeer ? QStringLiteral("--data") : QStringLiteral("--offer");
+        QVERIFY(peer->start(QStringList{option, target + QLatin1Char('=') + file} + extraArguments));
+    }
+
+    StallMeter stalls;
+    stalls.start();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    qInfo("%lld bytes read in %lld ms; GUI thread held up %lld ms at most", qint64(bytes.size()),
+          elapsed.elapsed(), stalls.stop());
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::received);
+    if (target.startsWith(QLatin1String("image/"))) {
+        QVERIFY(content->imagePNG == bytes);
+    } else {
+        QVERIFY(content->text);
+        QCOMPARE(content->text->size(), bytes.size());
+        QVERIFY(content->text->toUtf8() == bytes);
+    }
+    if (xclip.state() != QProcess::NotRunning) {
+        xclip.kill();
+        xclip.waitForFinished();
+    }
+}
+
+void TestX11Pasteboard::oversizeTransfersStopEarly_data()
+{
+    QTest::addColumn<QString>("program");
+    QTest::addColumn<QStringList>("arguments");
+    QTest::addColumn<QString>("type");
+    QTest::addColumn<qsizetype>("size");
+    QTest::addColumn<bool>("nothingFetched");
+
+    const qsizetype text = PasteboardLimits::maxTextBytes + 1;
+    QTest::addRow("announced size over the text limit")
+        << xcbOwnerPeer << QStringList{} << "text/plain" << text << true;
+    QTest::addRow("understated size: stopped once past the limit")
+        << xcbOwnerPeer << QStringList{"--announce", "1000"} << "text/plain" << text + 4 * 1024 * 1024
+        << false;
+    QTest::addRow("png from a Qt owner over the image limit")
+        << clipboardPeer << QStringList{} << "image/png" << PasteboardLimits::maxImageBytes + 1 << true;
+}
+
+void TestX11Pasteboard::oversizeTransfersStopEarly()
+{
+    QFETCH(QString, program);
+    QFETCH(QStringList, arguments);
+    QFETCH(QString, type);
+    QFETCH(qsizetype, size);
+    QFETCH(bool, nothingFetched);
+
+    X11Pasteboard pasteboard;
+    const bool isXcbOwner = program == xcbOwnerPeer;
+    const QString target =
+        isXcbOwner && type == QLatin1String("text/plain") ? QStringLiteral("UTF8_STRING") : type;
+    const QString file = writeFile(QStringLiteral("oversize.bin"), QByteArray(size, 'z'));
+    PeerProcess owner(program);
+    QVERIFY(owner.start(QStringList{isXcbOwner ? QStringLiteral("--offer") : QStringLiteral("--data"),
+                                    target + QLatin1Char('=') + file} +
+                        arguments));
+
+    StallMeter stalls;
+    stalls.start();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    qInfo("given up after %lld ms; GUI thread held up %lld ms at most", elapsed.elapsed(), stalls.stop());
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::tooLarge);
+    QCOMPARE(content->oversizeType, type);
+    QVERIFY(content->oversizeBytes > (type == QLatin1String("text/plain") ? PasteboardLimits::maxTextBytes
+                                                                          : PasteboardLimits::maxImageBytes));
+    QVERIFY(!content->hasPayload());
+    if (nothingFetched)
+        QVERIFY(elapsed.elapsed() < 1000);
+    if (isXcbOwner) {
+        // The owner never got to the end of its data.
+        const QString output = owner.stop();
+        QVERIFY2(!output.contains(QLatin1String("sent ")), qPrintable(output));
+    }
+
+    // The next transfer is not disturbed by the one given up.
+    PeerProcess next(clipboardPeer);
+    QVERIFY(next.start({QStringLiteral("--text"), QStringLiteral("small after large")}));
+    QCOMPARE(readContent(pasteboard).value_or(PasteboardContent()).text,
+             std::optional<QString>(QStringLiteral("small after large")));
+}
+
+void TestX11Pasteboard::silentOwnerIsGivenUp()
+{
+    X11Pasteboard pasteboard;
+    PeerProcess owner(xcbOwnerPeer);
+    QVERIFY(owner.start({QStringLiteral("--silent"), QStringLiteral("--offer"),
+                         QStringLiteral("UTF8_STRING=") + writeFile("never", "never sent")}));
+
+    StallMeter stalls;
+    stalls.start();
+    QElapsedTimer elapsed;
+    elapsed.start();
+    const std::optional<PasteboardContent> content = readContent(pasteboard);
+    const qint64 stall = stalls.stop();
+    qInfo("given up after %lld ms; GUI thread held up %lld ms at most", elapsed.elapsed(), stall);
+    QVERIFY(content);
+    QCOMPARE(content->status, Status::unreadable);
+    QVERIFY(elapsed.elapsed() >= X11ClipboardReader::transferTimeoutMs - 50);
+    QVERIFY(elapsed.elapsed() < X11ClipboardReader::transferTimeoutMs + 1500);
+    QVERIFY2(stall < 500, qPrintable(QString::number(stall)));
+}
+
+void TestX11Pasteboard::newerRequestSupersedesOneInProgress()
+{
+    X11Pasteboard pasteboard;
+    PeerProcess silent(xcbOwnerPeer);
+    QVERIFY(silent.start({QStringLiteral("--silent"), QStringLiteral("--offer"),
+                          QStringLiteral("UTF8_STRING=") + writeFile("never", "never sent")}));
+    PendingRead stuck(pasteboard);
+    QVERIFY(silent.readLine(2000) == QStringLiteral("request TARGETS"));
+    QVERIFY(silent.readLine(2000) == QStringLiteral("request UTF8_STRING"));
+
+    PeerProcess answering(clipboardPeer);
+    QVERIFY(answering.start({QStringLiteral("--text"), QStringLiteral("the newer copy")}));
+    QElapsedTimer elapsed;
+    elapsed.start();
+    PendingRead newer(pasteboard);
+    const std::optional<PasteboardContent> first = stuck.wait(1000);
+    QVERIFY(first);
+    QCOMPARE(first->status, Status::superseded);
+    const std::optional<PasteboardContent> second = newer.wait();
+    QVERIFY(second);
+    QCOMPARE(second->text, std::optional<QString>(QStringLiteral("the newer copy")));
+    QVERIFY2(elapsed.elapsed() < X11ClipboardReader::transferTimeoutMs / 2,
+             qPrintable(QString::number(elapsed.elapsed())));
+    spinEventLoop(100);
+    QCOMPARE(stuck.answers(), 1);
+    QCOMPARE(newer.answers(), 1);
 }
 
 HALCY_X11_TEST_MAIN(TestX11Pasteboard)
