@@ -31,8 +31,9 @@ StatusItemController::StatusItemController(AppState *appState, AppCommanding *co
             configureButton(m_appState->mirrorOpen());
     });
     connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        // Right click (Context) shows the menu through the tray itself; it never opens the hub.
-        if (reason == QSystemTrayIcon::Trigger)
+        // Right click (Context) shows the menu through the tray itself; it never opens the hub. Two
+        // quick clicks arrive as Trigger then DoubleClick: open, then close, like two slow ones.
+        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
             togglePopover();
     });
 

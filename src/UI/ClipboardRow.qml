@@ -2,7 +2,7 @@ import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
 
-// One history row. Click copies (formatted); Alt-click pastes as plain text; right click opens the
+// One history row. Click copies (formatted); Alt-click pastes as plain text; right click asks for the
 // context menu.
 Rectangle {
     id: row
@@ -22,6 +22,9 @@ Rectangle {
     required property QtObject theme
     required property var hub
 
+    // The hub owns one shared menu; a menu per row made every list rebuild slow.
+    signal contextMenuRequested(int index, bool isPinned)
+
     height: 52
     radius: 8
     color: isSelected ? theme.accent : (hover.hovered ? theme.rowHover : "transparent")
@@ -39,31 +42,11 @@ Rectangle {
         acceptedButtons: Qt.LeftButton | Qt.RightButton
         onClicked: mouse => {
             if (mouse.button === Qt.RightButton) {
-                contextMenu.popup();
+                row.contextMenuRequested(row.index, row.isPinned);
             } else if (mouse.modifiers & Qt.AltModifier) {
                 row.hub.pasteRow(row.index, true);
             } else {
                 row.hub.copyRow(row.index);
-            }
-        }
-    }
-
-    Menu {
-        id: contextMenu
-        MenuItem { text: "Copy"; onTriggered: row.hub.copyRow(row.index) }
-        MenuItem { text: "Paste"; onTriggered: row.hub.pasteRow(row.index, false) }
-        MenuItem { text: "Paste as plain text"; onTriggered: row.hub.pasteRow(row.index, true) }
-        MenuSeparator {}
-        MenuItem { text: row.isPinned ? "Unpin" : "Pin"; onTriggered: row.hub.togglePinRow(row.index) }
-        MenuItem {
-            text: "Delete"
-            onTriggered: row.hub.deleteRow(row.index)
-            contentItem: Text {
-                text: "Delete"
-                color: "#d93a30"
-                font.pixelSize: 13
-                verticalAlignment: Text.AlignVCenter
-                leftPadding: 2
             }
         }
     }

@@ -283,6 +283,41 @@ Rectangle {
                 width: ListView.view.width
                 theme: root.theme
                 hub: root.hub
+                onContextMenuRequested: (index, isPinned) => rowMenu.openFor(index, isPinned)
+            }
+
+            Menu {
+                id: rowMenu
+                objectName: "rowMenu"
+
+                property int row: -1
+                property bool rowIsPinned: false
+
+                function openFor(index, isPinned) {
+                    row = index;
+                    rowIsPinned = isPinned;
+                    popup();
+                }
+
+                MenuItem { text: "Copy"; onTriggered: root.hub.copyRow(rowMenu.row) }
+                MenuItem { text: "Paste"; onTriggered: root.hub.pasteRow(rowMenu.row, false) }
+                MenuItem { text: "Paste as plain text"; onTriggered: root.hub.pasteRow(rowMenu.row, true) }
+                MenuSeparator {}
+                MenuItem {
+                    text: rowMenu.rowIsPinned ? "Unpin" : "Pin"
+                    onTriggered: root.hub.togglePinRow(rowMenu.row)
+                }
+                MenuItem {
+                    text: "Delete"
+                    onTriggered: root.hub.deleteRow(rowMenu.row)
+                    contentItem: Text {
+                        text: "Delete"
+                        color: root.theme.destructive
+                        font.pixelSize: 13
+                        verticalAlignment: Text.AlignVCenter
+                        leftPadding: 2
+                    }
+                }
             }
 
             Connections {
