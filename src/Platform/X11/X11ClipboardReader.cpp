@@ -10,6 +10,9 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -28,6 +31,11 @@ constexpr qsizetype maxTargetsBytes = 256 * 1024;
 // A window given up on is kept this long before it is destroyed, so that an owner still feeding it
 // times out quietly instead of running into a missing window.
 constexpr qint64 retiredWindowLifetimeMs = 15000;
+// After reads at least this large, freed memory is handed back to the system at once.
+constexpr qint64 largeReadBytes = 4 * 1024 * 1024;
+// Properties are fetched in pieces of this size: an owner's 16 MB chunk would otherwise arrive as one
+// 16 MB reply, which glibc then keeps in this thread's arena long after it was freed.
+constexpr uint32_t propertyPieceBytes = 1024 * 1024;
 
 // Targets that belong to the selection protocol itself rather than to the content.
 bool isProtocolTarget(const QString &name)
@@ -55,6 +63,8 @@ public:
     ~Session();
 
     PasteboardContent read(const PasteboardRequest &request);
+    // Bytes received from the owner during the last read.
+    qint64 bytesRead() const { return m_bytesRead; }
     // Sleeps until woken, throwing away whatever the X server sends meanwhile.
     void idle();
 
@@ -74,6 +84,16 @@ private:
 
     Transfer convert(xcb_atom_t target, qsizetype limit);
     Transfer readIncrementally(xcb_atom_t property, xcb_atom_t target, qsizetype limit);
+    enum class Append
+    {
+        complete,
+        tooLarge,
+        failed
+    };
+    // Appends the property's value to `data` piece by piece and deletes it with the last piece. Stops
+    // early, leaving it in place, once `data` would pass `limit`; `seen` then says how far the owner got.
+    Append appendProperty(xcb_atom_t property, qsizetype limit, QByteArray &data, xcb_atom_t &type,
+                          qint64 &seen);
     PasteboardData fetch(const QString &type, qsizetype limit);
     Wait waitFor(const std::function<bool(const xcb_generic_event_t *)> &match, EventPtr *event);
     // Deals with a wait that ended without its event and says what it means for the transfer.
@@ -95,6 +115,7 @@ private:
     // Name to atom for the targets of the content being read.
     QHash<QString, xcb_atom_t> m_offered;
     bool m_reportedBrokenConnection = false;
+    qint64 m_bytesRead = 0;
 
     xcb_atom_t m_clipboard;
     xcb_atom_t m_targets;
@@ -275,16 +296,49 @@ X11ClipboardReader::Session::Transfer X11ClipboardReader::Session::convert(xcb_a
         xcb_flush(m_connection);
         return {PasteboardData::of(PasteboardData::Outcome::tooLarge, head->bytes_after), head->type};
     }
-    const PropertyPtr whole(
-        xcb_get_property_reply(m_connection,
-                               xcb_get_property(m_connection, 1, m_window, property,
-                                                XCB_GET_PROPERTY_TYPE_ANY, 0, (head->bytes_after + 3) / 4),
-                               nullptr));
-    if (!whole)
-        return {PasteboardData::of(PasteboardData::Outcome::failed)};
-    const auto *value = static_cast<const char *>(xcb_get_property_value(whole.get()));
-    return {PasteboardData::received(QByteArray(value, xcb_get_property_value_length(whole.get()))),
-            whole->type};
+    QByteArray data;
+    data.reserve(qsizetype(head->bytes_after));
+    xcb_atom_t type = head->type;
+    qint64 seen = 0;
+    switch (appendProperty(property, limit, data, type, seen)) {
+    case Append::complete:
+        return {PasteboardData::received(std::move(data)), type};
+    case Append::tooLarge:
+        xcb_delete_property(m_connection, m_window, property);
+        xcb_flush(m_connection);
+        return {PasteboardData::of(PasteboardData::Outcome::tooLarge, seen), type};
+    case Append::failed:
+        break;
+    }
+    return {PasteboardData::of(PasteboardData::Outcome::failed)};
+}
+
+X11ClipboardReader::Session::Append
+X11ClipboardReader::Session::appendProperty(xcb_atom_t property, qsizetype limit, QByteArray &data,
+                                            xcb_atom_t &type, qint64 &seen)
+{
+    // Offsets count 32-bit units; every piece but the last is a whole number of them.
+    for (uint32_t offset = 0;;) {
+        const PropertyPtr piece(xcb_get_property_reply(m_connection,
+                                                       xcb_get_property(m_connection, 1, m_window, property,
+                                                                        XCB_GET_PROPERTY_TYPE_ANY, offset,
+                                                                        propertyPieceBytes / 4),
+                                                       nullptr));
+        if (!piece)
+            return Append::failed;
+        const int length = xcb_get_property_value_length(piece.get());
+        m_bytesRead += length;
+        seen = data.size() + length + qint64(piece->bytes_after);
+        if (seen > limit)
+            return Append::tooLarge;
+        if (type == XCB_NONE)
+            type = piece->type;
+        data.append(static_cast<const char *>(xcb_get_property_value(piece.get())), length);
+        // The server deletes the property along with the read that leaves nothing after it.
+        if (piece->bytes_after == 0)
+            return Append::complete;
+        offset += uint32_t(length) / 4;
+    }
 }
 
 // The owner announced an INCR transfer: every deletion of the property asks for the next chunk, and a
@@ -323,29 +377,21 @@ X11ClipboardReader::Session::readIncrementally(xcb_atom_t property, xcb_atom_t t
         if (wait != Wait::matched)
             return {giveUp(wait, target)};
 
-        // Read at most what still fits under the limit; deleting only happens when all was read.
-        const qint64 allowance = limit - data.size();
-        const PropertyPtr chunk(xcb_get_property_reply(m_connection,
-                                                       xcb_get_property(m_connection, 1, m_window, property,
-                                                                        XCB_GET_PROPERTY_TYPE_ANY, 0,
-                                                                        uint32_t(allowance / 4 + 1)),
-                                                       nullptr));
+        // An empty chunk ends the transfer; it is deleted by the read like any other.
+        const qsizetype before = data.size();
+        qint64 seen = 0;
+        const Append append = appendProperty(property, limit, data, type, seen);
         xcb_flush(m_connection);
-        if (!chunk)
+        if (append == Append::failed)
             return {PasteboardData::of(PasteboardData::Outcome::failed)};
-        const int length = xcb_get_property_value_length(chunk.get());
-        if (length == 0 && chunk->bytes_after == 0) {
-            data.squeeze();
-            return {PasteboardData::received(std::move(data)), type};
-        }
-        if (type == XCB_NONE)
-            type = chunk->type;
-        const qint64 seen = data.size() + length + qint64(chunk->bytes_after);
-        if (seen > limit) {
+        if (append == Append::tooLarge) {
             retireWindow();
             return {PasteboardData::of(PasteboardData::Outcome::tooLarge, seen), type};
         }
-        data.append(static_cast<const char *>(xcb_get_property_value(chunk.get())), length);
+        if (data.size() == before) {
+            data.squeeze();
+            return {PasteboardData::received(std::move(data)), type};
+        }
     }
 }
 
@@ -374,6 +420,7 @@ PasteboardContent X11ClipboardReader::Session::read(const PasteboardRequest &req
     discardEvents();
     destroyRetiredWindows(false);
     m_offered.clear();
+    m_bytesRead = 0;
 
     PasteboardContent unread;
     unread.changeCount = request.changeCount;
@@ -544,9 +591,18 @@ void X11ClipboardReader::run()
 {
     Session session(m_connection, m_screenNumber, m_wakeFd, [this] { return isInterrupted(); });
     while (std::optional<Job> job = takeNewestJob(session)) {
-        const PasteboardContent content = session.read(job->request);
-        if (content.status != PasteboardContent::Status::superseded && job->request.prepare)
-            job->request.prepare(content);
-        m_deliver(job->id, content);
+        {
+            const PasteboardContent content = session.read(job->request);
+            if (content.status != PasteboardContent::Status::superseded && job->request.prepare)
+                job->request.prepare(content);
+            m_deliver(job->id, content);
+        }
+        job.reset();
+#if defined(__GLIBC__)
+        // glibc keeps freed blocks of a few MB (buffers, hashing, re-encoding) in this thread's arena for
+        // reuse; after a huge copy that would stay resident for as long as the application runs.
+        if (session.bytesRead() >= largeReadBytes)
+            malloc_trim(0);
+#endif
     }
 }
