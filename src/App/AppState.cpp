@@ -65,6 +65,17 @@ void AppState::persistBool(bool &member, bool value, const char *field, void (Ap
     emit(this->*changed)();
 }
 
+template <typename E>
+void AppState::persistEnum(E &member, E value, const char *field, void (AppState::*changed)())
+{
+    assertGuiThread();
+    m_preferences->setEnum(Preferences::key(field), value);
+    if (member == value)
+        return;
+    member = value;
+    emit(this->*changed)();
+}
+
 // Persisted fields: written on every set, announced only on change.
 void AppState::setClipboardEnabled(bool value)
 {
@@ -108,32 +119,17 @@ void AppState::setMirrorShowMicLevel(bool value)
 
 void AppState::setHideDesktopFill(DesktopFill value)
 {
-    assertGuiThread();
-    m_preferences->setEnum(HALCY_KEY(hideDesktopFill), value);
-    if (m_hideDesktopFill == value)
-        return;
-    m_hideDesktopFill = value;
-    emit hideDesktopFillChanged();
+    persistEnum(m_hideDesktopFill, value, "hideDesktopFill", &AppState::hideDesktopFillChanged);
 }
 
 void AppState::setMirrorShape(MirrorShape value)
 {
-    assertGuiThread();
-    m_preferences->setEnum(HALCY_KEY(mirrorShape), value);
-    if (m_mirrorShape == value)
-        return;
-    m_mirrorShape = value;
-    emit mirrorShapeChanged();
+    persistEnum(m_mirrorShape, value, "mirrorShape", &AppState::mirrorShapeChanged);
 }
 
 void AppState::setDefaultPasteMode(PasteMode value)
 {
-    assertGuiThread();
-    m_preferences->setEnum(HALCY_KEY(defaultPasteMode), value);
-    if (m_defaultPasteMode == value)
-        return;
-    m_defaultPasteMode = value;
-    emit defaultPasteModeChanged();
+    persistEnum(m_defaultPasteMode, value, "defaultPasteMode", &AppState::defaultPasteModeChanged);
 }
 
 void AppState::setDesktopSolidColor(const QColor &value)

@@ -142,6 +142,7 @@ signals:
 
 private:
     void persistBool(bool &member, bool value, const char *field, void (AppState::*changed)());
+    template <typename E> void persistEnum(E &member, E value, const char *field, void (AppState::*changed)());
     void repairSelection();
 
     Preferences *m_preferences;
