@@ -103,6 +103,8 @@ void HubPopover::close()
     if (!isShown())
         return;
     m_view->hide();
+    if (auto *root = m_view->rootObject())
+        QMetaObject::invokeMethod(root, "prepareForHide");
     emit shownChanged(false);
 }
 

@@ -10,11 +10,21 @@ Rectangle {
     readonly property var appState: hub.appState
     readonly property bool searching: appState.searchQuery.trim().length > 0
 
-    // Called by the popover each time it opens.
+    property bool shown: false
+
+    // Called by the popover each time it opens and closes.
     function prepareForShow() {
+        shown = true;
         hub.selectNewest();
-        searchField.forceActiveFocus();
+        focusSearch();
         list.positionViewAtBeginning();
+    }
+    function prepareForHide() {
+        shown = false;
+    }
+    function focusSearch() {
+        if (searchLoader.item)
+            searchLoader.item.forceActiveFocus();
     }
 
     width: 344
@@ -129,7 +139,7 @@ Rectangle {
                 Layout.preferredHeight: 32
                 radius: 8
                 color: root.theme.card
-                border.color: searchField.activeFocus ? root.theme.accent : root.theme.border
+                border.color: searchLoader.item && searchLoader.item.activeFocus ? root.theme.accent : root.theme.border
                 border.width: 1
 
                 RowLayout {
@@ -143,42 +153,47 @@ Rectangle {
                         Layout.preferredWidth: 14
                         Layout.preferredHeight: 14
                     }
-                    TextField {
-                        id: searchField
-                        objectName: "searchField"
+                    // Text fields ask the clipboard what it holds on every change; created only while the
+                    // hub is on screen, so a stuck clipboard owner can never stall Halcy in the background.
+                    Loader {
+                        id: searchLoader
+                        active: root.shown
                         Layout.fillWidth: true
-                        placeholderText: "Search clipboard"
-                        placeholderTextColor: root.theme.tertiaryText
-                        color: root.theme.text
-                        font.pixelSize: 13
-                        background: null
-                        leftPadding: 0
-                        rightPadding: 0
-                        selectByMouse: true
-                        text: root.appState.searchQuery
-                        onTextEdited: root.appState.searchQuery = text
-                        Accessible.name: "Search clipboard"
+                        sourceComponent: TextField {
+                            objectName: "searchField"
+                            placeholderText: "Search clipboard"
+                            placeholderTextColor: root.theme.tertiaryText
+                            color: root.theme.text
+                            font.pixelSize: 13
+                            background: null
+                            leftPadding: 0
+                            rightPadding: 0
+                            selectByMouse: true
+                            text: root.appState.searchQuery
+                            onTextEdited: root.appState.searchQuery = text
+                            Accessible.name: "Search clipboard"
 
-                        Keys.onPressed: event => {
-                            const alt = (event.modifiers & Qt.AltModifier) !== 0;
-                            if (event.key === Qt.Key_Down) {
-                                root.hub.moveSelection(1);
-                            } else if (event.key === Qt.Key_Up) {
-                                root.hub.moveSelection(-1);
-                            } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
-                                root.hub.activateSelection(alt);
-                            } else if (alt && event.key >= Qt.Key_1 && event.key <= Qt.Key_9) {
-                                root.hub.pasteQuickNumber(event.key - Qt.Key_0);
-                            } else if (event.key === Qt.Key_Escape) {
-                                root.hub.requestClose();
-                            } else {
-                                return;
+                            Keys.onPressed: event => {
+                                const alt = (event.modifiers & Qt.AltModifier) !== 0;
+                                if (event.key === Qt.Key_Down) {
+                                    root.hub.moveSelection(1);
+                                } else if (event.key === Qt.Key_Up) {
+                                    root.hub.moveSelection(-1);
+                                } else if (event.key === Qt.Key_Return || event.key === Qt.Key_Enter) {
+                                    root.hub.activateSelection(alt);
+                                } else if (alt && event.key >= Qt.Key_1 && event.key <= Qt.Key_9) {
+                                    root.hub.pasteQuickNumber(event.key - Qt.Key_0);
+                                } else if (event.key === Qt.Key_Escape) {
+                                    root.hub.requestClose();
+                                } else {
+                                    return;
+                                }
+                                event.accepted = true;
                             }
-                            event.accepted = true;
                         }
                     }
                     HubIconButton {
-                        visible: searchField.text.length > 0
+                        visible: root.appState.searchQuery.length > 0
                         iconName: "clear"
                         label: "Clear search"
                         theme: root.theme
@@ -187,7 +202,7 @@ Rectangle {
                         implicitHeight: 22
                         onClicked: {
                             root.appState.searchQuery = "";
-                            searchField.forceActiveFocus();
+                            root.focusSearch();
                         }
                     }
                 }

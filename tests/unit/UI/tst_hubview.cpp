@@ -1,5 +1,6 @@
 #include "App/AppState.h"
 #include "App/Preferences.h"
+#include "EntryFactory.h"
 #include "RecordingCommander.h"
 #include "TestEnvironment.h"
 #include "UI/ClipboardListModel.h"
@@ -9,23 +10,6 @@
 #include <QQuickItem>
 #include <QQuickView>
 #include <QTest>
-
-namespace {
-
-ClipboardHistoryEntry makeEntry(const QString &title, int secondsAgo, bool pinned = false)
-{
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
-    entry.sourceAppName = QStringLiteral("Editor");
-    entry.timestamp = QDateTime::currentDateTime().addSecs(-secondsAgo);
-    entry.isPinned = pinned;
-    entry.textContent = title;
-    return entry;
-}
-
-} // namespace
 
 // HubView.qml driven like a person would: keys into the search field, clicks on rows and cards.
 class tst_HubView : public QObject
@@ -85,8 +69,8 @@ private slots:
         m_preferences = std::make_unique<Preferences>();
         m_state = std::make_unique<AppState>(m_preferences.get());
         m_commander = std::make_unique<RecordingCommander>();
-        m_entries = {makeEntry(QStringLiteral("first"), 10), makeEntry(QStringLiteral("second"), 20),
-                     makeEntry(QStringLiteral("third"), 30)};
+        m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)), makeEntry(QStringLiteral("second"), secondsAgo(20)),
+                     makeEntry(QStringLiteral("third"), secondsAgo(30))};
         m_state->applyEntries(m_entries);
         m_popover = std::make_unique<HubPopover>(m_state.get(), m_commander.get(), QString());
         m_popover->show(QRect(100, 0, 24, 24));
@@ -161,6 +145,10 @@ private slots:
 
         QTest::keyClick(view(), Qt::Key_Escape);
         QVERIFY(!m_popover->isShown());
+        // No text field, hence no clipboard queries, while the hub is hidden.
+        QTRY_VERIFY(!item("searchField"));
+        m_popover->show(QRect(100, 0, 24, 24));
+        QTRY_VERIFY(item("searchField") && item("searchField")->hasActiveFocus());
     }
 
     void rowClicksCopyOrPastePlain()
