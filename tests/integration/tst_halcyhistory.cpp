@@ -1,7 +1,7 @@
+#include "DesktopTools.h"
 #include "HalcyProcess.h"
 #include "PeerProcess.h"
 
-#include <QBuffer>
 #include <QDir>
 #include <QFile>
 #include <QImage>
@@ -29,7 +29,6 @@ struct StoredRecord
     QString title;
     QString type;
     qint64 timestamp = 0;
-    bool pinned = false;
     QString text;
     QStringList files;
     QByteArray image;
@@ -54,7 +53,7 @@ QList<StoredRecord> readHistory(const QString &path)
         db.setDatabaseName(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) + QStringLiteral("?mode=ro"));
         if (db.open()) {
             QSqlQuery query(db);
-            if (query.exec(QStringLiteral("SELECT id, title, typeRawValue, timestamp, isPinned, textContent, "
+            if (query.exec(QStringLiteral("SELECT id, title, typeRawValue, timestamp, textContent, "
                                           "fileURLStrings, imageData FROM ClipboardRecord "
                                           "ORDER BY timestamp DESC, rowid DESC"))) {
                 while (query.next()) {
@@ -63,11 +62,10 @@ QList<StoredRecord> readHistory(const QString &path)
                     record.title = query.value(1).toString();
                     record.type = query.value(2).toString();
                     record.timestamp = query.value(3).toLongLong();
-                    record.pinned = query.value(4).toBool();
-                    record.text = query.value(5).toString();
-                    for (const QJsonValue &url : QJsonDocument::fromJson(query.value(6).toByteArray()).array())
+                    record.text = query.value(4).toString();
+                    for (const QJsonValue &url : QJsonDocument::fromJson(query.value(5).toByteArray()).array())
                         record.files << url.toString();
-                    record.image = query.value(7).toByteArray();
+                    record.image = query.value(6).toByteArray();
                     records << record;
                 }
             } else {
@@ -108,14 +106,6 @@ bool hubIsShown()
             return true;
     }
     return false;
-}
-
-QImage sampleImage()
-{
-    QImage image(24, 16, QImage::Format_RGB32);
-    image.fill(QColor(30, 140, 90));
-    image.setPixelColor(3, 5, Qt::yellow);
-    return image;
 }
 
 } // namespace

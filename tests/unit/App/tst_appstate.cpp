@@ -1,25 +1,12 @@
 #include "App/AppState.h"
 #include "App/Preferences.h"
+#include "EntryFactory.h"
 #include "TestEnvironment.h"
 
 #include <QSignalSpy>
 #include <QTest>
 
 namespace {
-
-ClipboardHistoryEntry makeEntry(const QString &title, int minutesAgo, bool pinned = false)
-{
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
-    entry.type = ClipboardContentType::text;
-    entry.sourceAppName = QStringLiteral("Editor");
-    entry.timestamp = QDateTime::currentDateTime().addSecs(-60 * minutesAgo);
-    entry.isPinned = pinned;
-    entry.textContent = title;
-    return entry;
-}
 
 QStringList titles(const ClipboardHistoryEntries &entries)
 {
@@ -48,8 +35,10 @@ private slots:
         m_env = std::make_unique<TestEnvironment>();
         m_preferences = std::make_unique<Preferences>();
         m_state = std::make_unique<AppState>(m_preferences.get());
-        m_entries = {makeEntry(QStringLiteral("alpha release notes"), 1), makeEntry(QStringLiteral("beta"), 2),
-                     makeEntry(QStringLiteral("Alpha"), 3, true), makeEntry(QStringLiteral("gamma"), 4)};
+        m_entries = {makeEntry(QStringLiteral("alpha release notes"), secondsAgo(60)),
+                     makeEntry(QStringLiteral("beta"), secondsAgo(120)),
+                     makeEntry(QStringLiteral("Alpha"), secondsAgo(180), true),
+                     makeEntry(QStringLiteral("gamma"), secondsAgo(240))};
     }
     void cleanup()
     {
@@ -94,7 +83,7 @@ private slots:
         // New entries arriving while a search is active are filtered too.
         m_state->setSearchQuery(QStringLiteral("delta"));
         ClipboardHistoryEntries more = m_entries;
-        more.prepend(makeEntry(QStringLiteral("delta"), 0));
+        more.prepend(makeEntry(QStringLiteral("delta"), secondsAgo(0)));
         m_state->applyEntries(more);
         QCOMPARE(titles(m_state->visibleClipboardEntries()), QStringList({QStringLiteral("delta")}));
     }

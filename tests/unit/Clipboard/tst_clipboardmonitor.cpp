@@ -8,7 +8,6 @@
 
 #include <QBuffer>
 #include <QImage>
-#include <QImageReader>
 #include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlError>
@@ -65,7 +64,6 @@ private slots:
     void excludedCopiesAreSkippedUnread();
     void kindPrecedence_data();
     void kindPrecedence();
-    void otherImageFormatsAreStoredAsPNG_data();
     void otherImageFormatsAreStoredAsPNG();
     void pngBytesAreStoredUnchanged();
     void copyMadeWhileOffIsNeverCapturedLater();
@@ -76,10 +74,9 @@ private slots:
     void ownPasteIsNotCaptured();
     void changeNotificationPollsAtOnce();
     void timerCatchesAMissedNotification();
-    void startIsIdempotent();
     void answerForAnOlderChangeIsDropped();
-    void answerAfterPausingIsDropped();
-    void answerAfterTheMonitorIsGoneIsIgnored();
+    void lateAnswerIsDropped_data();
+    void lateAnswerIsDropped();
     void oversizeCopiesAreNotRecorded_data();
     void oversizeCopiesAreNotRecorded();
     void textAtTheLimitIsRecorded();
@@ -191,36 +188,20 @@ void TestClipboardMonitor::kindPrecedence_data()
 
     QTest::addRow("files win over their paths as text")
         << FakePasteboard::Content{{uriList, "file:///home/u/report.pdf\r\n"}, {plain, "/home/u/report.pdf"}}
-        << "file"
-        << "report.pdf";
-    QTest::addRow("several files") << FakePasteboard::Content{{uriList,
-                                                               "file:///a/one.txt\r\nfile:///a/two.txt\r\n"}}
-                                   << "file"
-                                   << "2 files";
+        << "file" << "report.pdf";
     QTest::addRow("web addresses in a uri list fall back to text")
         << FakePasteboard::Content{{uriList, "https://example.com/\r\n"}, {plain, "https://example.com/"}}
-        << "link"
-        << "example.com";
+        << "link" << "example.com";
     QTest::addRow("text wins over an image")
         << FakePasteboard::Content{{plain, "caption"}, {QStringLiteral("image/png"), png}} << "text"
         << "caption";
-    QTest::addRow("link") << FakePasteboard::Content{{plain, "https://example.org/x"}} << "link"
-                          << "example.org";
-    QTest::addRow("colour") << FakePasteboard::Content{{plain, "#a1b2c3"}} << "color"
-                            << "#A1B2C3";
     QTest::addRow("blank text gives way to an image")
         << FakePasteboard::Content{{plain, " \n "}, {QStringLiteral("image/png"), png}} << "image"
         << "Image";
-    QTest::addRow("png image") << FakePasteboard::Content{{QStringLiteral("image/png"), png}} << "image"
-                               << "Image";
     QTest::addRow("undecodable tiff gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << ""
-        << "";
+        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << "" << "";
     QTest::addRow("rich text alone gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << ""
-        << "";
-    QTest::addRow("blank text alone gives nothing") << FakePasteboard::Content{{plain, "   "}} << ""
-                                                    << "";
+        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << "" << "";
 }
 
 void TestClipboardMonitor::kindPrecedence()
@@ -245,24 +226,10 @@ void TestClipboardMonitor::kindPrecedence()
     QCOMPARE(entries.first().title, title);
 }
 
-void TestClipboardMonitor::otherImageFormatsAreStoredAsPNG_data()
-{
-    QTest::addColumn<QString>("mimeType");
-    QTest::addColumn<QByteArray>("format");
-
-    QTest::addRow("tiff") << "image/tiff" << QByteArray("TIFF");
-    QTest::addRow("bmp") << "image/bmp" << QByteArray("BMP");
-}
-
 void TestClipboardMonitor::otherImageFormatsAreStoredAsPNG()
 {
-    QFETCH(QString, mimeType);
-    QFETCH(QByteArray, format);
-    if (!QImageReader::supportedImageFormats().contains(format.toLower()))
-        QSKIP("This Qt has no image plugin for the format (Debian: qt6-image-formats-plugins)");
-
     auto monitor = makeMonitor();
-    m_pasteboard->copy({{mimeType, encoded(sampleImage(), format.constData())}});
+    m_pasteboard->copy({{QStringLiteral("image/bmp"), encoded(sampleImage(), "BMP")}});
     monitor->poll();
 
     const ClipboardHistoryEntries entries = m_store->entries();
@@ -332,12 +299,9 @@ void TestClipboardMonitor::sourceNameFallsBackToUnknown_data()
     QTest::addColumn<QString>("frontmost");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("named application") << "Files"
-                                       << "Files";
-    QTest::addRow("no active window") << ""
-                                      << "Unknown";
-    QTest::addRow("blank name") << "  "
-                                << "Unknown";
+    QTest::addRow("named application") << "Files" << "Files";
+    QTest::addRow("no active window") << "" << "Unknown";
+    QTest::addRow("blank name") << "  " << "Unknown";
 }
 
 void TestClipboardMonitor::sourceNameFallsBackToUnknown()
@@ -410,23 +374,13 @@ void TestClipboardMonitor::timerCatchesAMissedNotification()
 {
     auto monitor = makeMonitor();
     monitor->start();
+    monitor->start(); // a second start adds no second timer
+    QCOMPARE(monitor->findChildren<QTimer *>().size(), 1);
     m_pasteboard->setEmitsChanged(false);
     m_pasteboard->copyText(QStringLiteral("noticed by the timer"));
     QCoreApplication::processEvents();
     QVERIFY(m_delegate.published.isEmpty());
     QTRY_COMPARE_WITH_TIMEOUT(m_delegate.published.size(), 1, 2 * ClipboardMonitor::pollIntervalMs);
-}
-
-void TestClipboardMonitor::startIsIdempotent()
-{
-    auto monitor = makeMonitor();
-    monitor->start();
-    monitor->start();
-    QVERIFY(monitor->isStarted());
-    const QList<QTimer *> timers = monitor->findChildren<QTimer *>();
-    QCOMPARE(timers.size(), 1);
-    QCOMPARE(timers.first()->interval(), 450);
-    QVERIFY(timers.first()->isActive());
 }
 
 void TestClipboardMonitor::answerForAnOlderChangeIsDropped()
@@ -446,26 +400,26 @@ void TestClipboardMonitor::answerForAnOlderChangeIsDropped()
     QCOMPARE(m_delegate.published.size(), 1);
 }
 
-void TestClipboardMonitor::answerAfterPausingIsDropped()
+void TestClipboardMonitor::lateAnswerIsDropped_data()
 {
-    auto monitor = makeMonitor();
-    m_pasteboard->setAnswersAtOnce(false);
-    m_pasteboard->copyText(QStringLiteral("read while the user paused"));
-    monitor->poll();
-    m_delegate.enabled = false;
-    m_pasteboard->answerHeldRequests();
+    QTest::addColumn<bool>("monitorGone"); // else capture was paused
 
-    QVERIFY(m_store->entries().isEmpty());
-    QVERIFY(m_delegate.published.isEmpty());
+    QTest::addRow("after pausing") << false;
+    QTest::addRow("after the monitor is gone") << true;
 }
 
-void TestClipboardMonitor::answerAfterTheMonitorIsGoneIsIgnored()
+void TestClipboardMonitor::lateAnswerIsDropped()
 {
+    QFETCH(bool, monitorGone);
+
     auto monitor = makeMonitor();
     m_pasteboard->setAnswersAtOnce(false);
-    m_pasteboard->copyText(QStringLiteral("orphaned"));
+    m_pasteboard->copyText(QStringLiteral("answered too late"));
     monitor->poll();
-    monitor.reset();
+    if (monitorGone)
+        monitor.reset();
+    else
+        m_delegate.enabled = false;
     m_pasteboard->answerHeldRequests();
 
     QVERIFY(m_store->entries().isEmpty());

@@ -1,8 +1,8 @@
 #include "Clipboard/PasteService.h"
 #include "FakeKeystrokePoster.h"
+#include "DesktopTools.h"
 #include "FakePasteboard.h"
 
-#include <QBuffer>
 #include <QImage>
 #include <QMimeData>
 #include <QTest>
@@ -38,17 +38,6 @@ ClipboardHistoryEntry imageEntry()
     entry.title = QStringLiteral("Image");
     entry.imageBookmark = QStringLiteral("pasteboard-image-7");
     return entry;
-}
-
-QByteArray pngBytes()
-{
-    QImage image(4, 3, QImage::Format_ARGB32);
-    image.fill(QColor(0, 128, 255, 200));
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
 }
 
 } // namespace
@@ -92,9 +81,7 @@ void TestPasteService::writesText_data()
     const QString padded = QStringLiteral("  \n\tline one\n  line two \n\n");
     QTest::addRow("plain text trims both ends") << padded << PasteMode::plainText << "line one\n  line two";
     QTest::addRow("formatted keeps the blanks") << padded << PasteMode::formatted << padded;
-    QTest::addRow("plain text keeps inner blanks") << "a  b" << PasteMode::plainText << "a  b";
-    QTest::addRow("unicode survives")
-        << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
+    QTest::addRow("unicode survives") << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
 }
 
 void TestPasteService::writesText()
@@ -151,7 +138,7 @@ void TestPasteService::writesImages()
     QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
     QVERIFY(m_pasteboard->lastWritten()->hasImage());
     const QImage image = qvariant_cast<QImage>(m_pasteboard->lastWritten()->imageData());
-    QCOMPARE(image.size(), QSize(4, 3));
+    QCOMPARE(image.size(), sampleImage().size());
 }
 
 void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
@@ -160,9 +147,7 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
     QTest::addColumn<std::optional<QByteArray>>("imageBytes");
 
     QTest::addRow("image without bytes") << imageEntry() << std::optional<QByteArray>();
-    QTest::addRow("image with empty bytes") << imageEntry() << std::optional<QByteArray>(QByteArray());
-    QTest::addRow("image with undecodable bytes")
-        << imageEntry() << std::optional<QByteArray>("not a picture");
+    QTest::addRow("image with undecodable bytes") << imageEntry() << std::optional<QByteArray>("not a picture");
     QTest::addRow("no valid file URL left")
         << fileEntry({"file://[broken", "https://example.com/"}) << std::optional<QByteArray>();
     QTest::addRow("bytes for an entry that is no image") << [] {

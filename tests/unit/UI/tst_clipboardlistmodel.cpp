@@ -1,5 +1,6 @@
 #include "App/AppState.h"
 #include "App/Preferences.h"
+#include "EntryFactory.h"
 #include "TestEnvironment.h"
 #include "UI/ClipboardListModel.h"
 #include "UI/HubPopover.h"
@@ -7,25 +8,6 @@
 #include <QAbstractItemModelTester>
 #include <QSignalSpy>
 #include <QTest>
-
-namespace {
-
-ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &when, bool pinned = false,
-                                ClipboardContentType type = ClipboardContentType::text)
-{
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
-    entry.type = type;
-    entry.sourceAppName = QStringLiteral("Terminal");
-    entry.timestamp = when;
-    entry.isPinned = pinned;
-    entry.textContent = title;
-    return entry;
-}
-
-} // namespace
 
 // The hub's list as QML sees it: order, sections, quick numbers, selection.
 class tst_ClipboardListModel : public QObject

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "Clipboard/ClipboardHistoryEntry.h"
+
+#include <QDateTime>
+#include <QUuid>
+
+// A history entry whose title, preview and text are all `title`, copied from "Terminal".
+inline ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &when, bool pinned = false,
+                                       ClipboardContentType type = ClipboardContentType::text)
+{
+    ClipboardHistoryEntry entry;
+    entry.id = QUuid::createUuid();
+    entry.title = title;
+    entry.preview = title;
+    entry.type = type;
+    entry.sourceAppName = QStringLiteral("Terminal");
+    entry.timestamp = when;
+    entry.isPinned = pinned;
+    entry.textContent = title;
+    return entry;
+}
+
+inline QDateTime secondsAgo(int seconds)
+{
+    return QDateTime::currentDateTime().addSecs(-seconds);
+}
