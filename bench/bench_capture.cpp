@@ -1,9 +1,9 @@
 // Clipboard capture on the real X clipboard: how long a copy made in another process takes to reach
 // the history, how many of a fast burst of copies are kept, and what the idle monitor costs.
 // Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_capture
+#include "BenchSupport.h"
 #include "Clipboard/ClipboardMonitor.h"
 #include "Clipboard/ClipboardStore.h"
-#include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Pasteboard.h"
 
@@ -13,19 +13,10 @@
 #include <QSet>
 #include <QTemporaryDir>
 
-#include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <sys/resource.h>
 
 namespace {
-
-qint64 steadyNanoseconds()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(
-               std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 // Notes when each text first reached the published history.
 class TimingDelegate final : public ClipboardMonitorDelegate
@@ -53,13 +44,6 @@ double cpuSeconds()
            double(usage.ru_utime.tv_usec + usage.ru_stime.tv_usec) / 1e6;
 }
 
-double percentile(std::vector<double> values, double p)
-{
-    std::sort(values.begin(), values.end());
-    const auto index = std::min(values.size() - 1, size_t(p * double(values.size() - 1) + 0.5));
-    return values.at(index);
-}
-
 } // namespace
 
 int main(int argc, char **argv)
@@ -72,14 +56,10 @@ int main(int argc, char **argv)
     QGuiApplication app(argc, argv);
 
     QTemporaryDir dir;
-    QString error;
     // A file store, as the application uses, so that every capture pays for a real transaction.
-    auto store = ClipboardStore::open(dir.filePath(QStringLiteral("history.sqlite")),
-                                      ClipboardStore::defaultHistoryLimit, &error);
-    if (!store) {
-        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+    auto store = openBenchStore(dir.filePath(QStringLiteral("history.sqlite")));
+    if (!store)
         return 1;
-    }
     X11Pasteboard pasteboard;
     X11FrontmostApplication frontmost;
     TimingDelegate delegate;
@@ -87,15 +67,13 @@ int main(int argc, char **argv)
     monitor.start();
 
     PeerProcess peer(QStringLiteral(HALCY_CLIPBOARD_PEER));
-    if (!peer.start({QStringLiteral("--stdin")})) {
-        std::fprintf(stderr, "cannot start the clipboard peer: %s\n", qPrintable(peer.errorOutput()));
+    if (!startClipboardPeer(peer, {QStringLiteral("--stdin")}))
         return 1;
-    }
 
     // (a) One copy at a time: from the moment the other process holds the clipboard to the record
     // being saved and published.
     constexpr int samples = 100;
-    std::vector<double> latencies;
+    Figures latencies;
     int missed = 0;
     for (int i = 0; i < samples; ++i) {
         const QString text = QStringLiteral("latency sample %1 %2").arg(i).arg(steadyNanoseconds());
@@ -113,18 +91,15 @@ int main(int argc, char **argv)
             ++missed;
             continue;
         }
-        latencies.push_back(double(delegate.publishedAt.value(text) - copiedAt) / 1e6);
+        latencies.addNanoseconds(delegate.publishedAt.value(text) - copiedAt);
         spinEventLoop(20);
     }
-    double sum = 0;
-    for (double l : latencies)
-        sum += l;
     std::printf("capture latency, %d single copies (copy in another process -> saved and published):\n",
                 samples);
     if (!latencies.empty())
         std::printf("  median %.1f ms, mean %.1f ms, p90 %.1f ms, best %.1f ms, worst %.1f ms, missed %d\n",
-                    percentile(latencies, 0.5), sum / double(latencies.size()), percentile(latencies, 0.9),
-                    percentile(latencies, 0.0), percentile(latencies, 1.0), missed);
+                    latencies.median(), latencies.mean(), latencies.at(0.9), latencies.at(0.0),
+                    latencies.worst(), missed);
     else
         std::printf("  nothing captured, missed %d\n", missed);
 

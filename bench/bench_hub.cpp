@@ -7,6 +7,7 @@
 //   (c) ClipboardSearch::rank alone over 10,000 entries.
 
 #include "App/AppCoordinator.h"
+#include "BenchSupport.h"
 #include "App/AppState.h"
 #include "App/StatusItemController.h"
 #include "Clipboard/ClipboardCapture.h"
@@ -35,18 +36,11 @@
 
 #include <algorithm>
 #include <atomic>
-#include <chrono>
 #include <cstdio>
 #include <functional>
 #include <vector>
 
 namespace {
-
-qint64 nowNs()
-{
-    return std::chrono::duration_cast<std::chrono::nanoseconds>(std::chrono::steady_clock::now().time_since_epoch())
-        .count();
-}
 
 // Runs the event loop until `done` holds or the time is up.
 bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
@@ -67,23 +61,10 @@ void spin(int ms)
     loop.exec();
 }
 
-struct Figures
-{
-    std::vector<double> ms;
-    void add(double value) { ms.push_back(value); }
-    double median() const
-    {
-        std::vector<double> sorted = ms;
-        std::sort(sorted.begin(), sorted.end());
-        return sorted.empty() ? 0 : sorted[sorted.size() / 2];
-    }
-    double worst() const { return ms.empty() ? 0 : *std::max_element(ms.begin(), ms.end()); }
-};
-
 void printRow(const char *what, const Figures &figures)
 {
     std::printf("  %-44s median %8.2f ms   worst %8.2f ms   (n=%zu)\n", what, figures.median(), figures.worst(),
-                figures.ms.size());
+                figures.count());
 }
 
 // Keys pressed through XTest reach the server exactly like a keyboard's.
@@ -171,17 +152,7 @@ ClipboardHistoryEntries makeEntries(int count)
         const std::optional<ClipboardCapture> capture = makeCapture(random, i, png);
         if (!capture)
             continue;
-        ClipboardHistoryEntry entry;
-        entry.id = QUuid::createUuid();
-        entry.title = capture->title;
-        entry.preview = capture->preview;
-        entry.type = capture->type;
-        entry.sourceAppName = capture->sourceAppName;
-        entry.timestamp = now.addSecs(-41 * i);
-        entry.textContent = capture->textContent;
-        entry.fileURLStrings = capture->fileURLStrings;
-        entry.imageBookmark = capture->imageBookmark;
-        entries << entry;
+        entries << entryFromCapture(*capture, now.addSecs(-41 * i));
     }
     return entries;
 }
@@ -249,7 +220,7 @@ int main(int argc, char **argv)
     std::atomic<qint64> swappedAt{0};
     QObject::connect(view, &QQuickWindow::frameSwapped, view, [&] {
         if (armed.exchange(false))
-            swappedAt = nowNs();
+            swappedAt = steadyNanoseconds();
     }, Qt::DirectConnection);
     const auto arm = [&] {
         swappedAt = 0;
@@ -260,7 +231,7 @@ int main(int argc, char **argv)
     qint64 showCalledAt = 0;
     QObject::connect(hub, &HubPopover::shownChanged, view, [&](bool shown) {
         if (shown)
-            showCalledAt = nowNs();
+            showCalledAt = steadyNanoseconds();
     });
     Figures firstShow;
     Figures warmShows;
@@ -268,7 +239,7 @@ int main(int argc, char **argv)
     Figures warmShowsDrawing;
     for (int run = 0; run <= 20; ++run) {
         arm();
-        const qint64 pressed = nowNs();
+        const qint64 pressed = steadyNanoseconds();
         keyboard.tap({XK_Super_L, XK_Shift_L}, XK_v);
         if (!waitUntil([&] { return hub->isShown() && swappedAt != 0; }))
             return std::fprintf(stderr, "bench_hub: the shortcut did not show the hub (run %d)\n", run), 1;
@@ -293,7 +264,7 @@ int main(int argc, char **argv)
     spin(300);
     qint64 resetAt = 0;
     QObject::connect(model, &QAbstractItemModel::modelReset, view, [&] {
-        resetAt = nowNs();
+        resetAt = steadyNanoseconds();
         arm();
     });
     Figures typed;
@@ -303,7 +274,7 @@ int main(int argc, char **argv)
         for (const bool erase : {false, true}) {
             resetAt = 0;
             swappedAt = 0;
-            const qint64 pressed = nowNs();
+            const qint64 pressed = steadyNanoseconds();
             keyboard.tap({}, erase ? XK_BackSpace : letters[run % 10]);
             if (!waitUntil([&] { return resetAt != 0 && swappedAt != 0; }))
                 return std::fprintf(stderr, "bench_hub: no new results on screen after a key (run %d)\n", run), 1;
@@ -321,7 +292,7 @@ int main(int argc, char **argv)
             QElapsedTimer timer;
             timer.start();
             state->setSearchQuery(query);
-            const qint64 doneAt = nowNs();
+            const qint64 doneAt = steadyNanoseconds();
             if (!query.isEmpty())
                 rankAndReset.add(timer.nsecsElapsed() / 1e6);
             if (!waitUntil([&] { return swappedAt != 0; }))
@@ -349,8 +320,9 @@ int main(int argc, char **argv)
             QElapsedTimer timer;
             timer.start();
             matches = ClipboardSearch::rank(large, query).size();
-            figures.add(timer.nsecsElapsed() / 1e6);
-            allQueries.add(figures.ms.back());
+            const double ms = double(timer.nsecsElapsed()) / 1e6;
+            figures.add(ms);
+            allQueries.add(ms);
         }
         const QByteArray label = QStringLiteral("\"%1\" (%2 matches)").arg(query).arg(matches).toUtf8();
         printRow(label.constData(), figures);

@@ -3,9 +3,9 @@
 // the GUI thread was held up (gap between ticks of a 10 ms timer), whether it was recorded, and the
 // resident memory before, right after and 60 s later.
 // Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_large_copy [--settle SECONDS]
+#include "BenchSupport.h"
 #include "Clipboard/ClipboardMonitor.h"
 #include "Clipboard/ClipboardStore.h"
-#include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Pasteboard.h"
 #include "StallMeter.h"
@@ -135,13 +135,9 @@ int main(int argc, char **argv)
         return 1;
     }
 
-    QString error;
-    auto store = ClipboardStore::open(dir.filePath(QStringLiteral("history.sqlite")),
-                                      ClipboardStore::defaultHistoryLimit, &error);
-    if (!store) {
-        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+    auto store = openBenchStore(dir.filePath(QStringLiteral("history.sqlite")));
+    if (!store)
         return 1;
-    }
     X11Pasteboard pasteboard;
     X11FrontmostApplication frontmost;
     CountingDelegate delegate;
@@ -172,11 +168,8 @@ int main(int argc, char **argv)
         StallMeter stalls;
         stalls.start();
         PeerProcess peer(QStringLiteral(HALCY_CLIPBOARD_PEER));
-        if (!peer.start({QStringLiteral("--data"), copy.type + QLatin1Char('=') + copy.file}, 60000)) {
-            std::fprintf(stderr, "the clipboard peer did not copy %s: %s\n", copy.label,
-                         qPrintable(peer.errorOutput()));
+        if (!startClipboardPeer(peer, {QStringLiteral("--data"), copy.type + QLatin1Char('=') + copy.file}, 60000))
             return 1;
-        }
         // From the moment the other process holds the clipboard until well after the monitor has dealt
         // with it: reading, hashing and saving included.
         QElapsedTimer sinceCopy;
@@ -212,7 +205,7 @@ int main(int argc, char **argv)
     PeerProcess small(QStringLiteral(HALCY_CLIPBOARD_PEER));
     QElapsedTimer elapsed;
     elapsed.start();
-    if (small.start({QStringLiteral("--text"), QStringLiteral("an ordinary copy")})) {
+    if (startClipboardPeer(small, {QStringLiteral("--text"), QStringLiteral("an ordinary copy")})) {
         while (delegate.publications == publicationsBefore && elapsed.elapsed() < 5000)
             spinEventLoop(1);
         std::printf("an ordinary copy afterwards: %s after %lld ms\n",

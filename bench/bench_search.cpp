@@ -2,6 +2,7 @@
 // path, and prints the median and worst time per query. The search field ranks on every keystroke, so
 // the figure that matters is the worst one against a large history.
 
+#include "BenchSupport.h"
 #include "Clipboard/ClipboardCapture.h"
 #include "Clipboard/ClipboardSearch.h"
 
@@ -12,7 +13,6 @@
 
 #include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -80,18 +80,7 @@ ClipboardHistoryEntries makeHistory(int count)
         const auto capture = makeCapture(random, i);
         if (!capture)
             continue;
-        ClipboardHistoryEntry entry;
-        entry.id = QUuid::createUuid();
-        entry.title = capture->title;
-        entry.preview = capture->preview;
-        entry.type = capture->type;
-        entry.sourceAppName = capture->sourceAppName;
-        entry.timestamp = now.addSecs(-37 * i);
-        entry.isPinned = i % 97 == 0;
-        entry.textContent = capture->textContent;
-        entry.fileURLStrings = capture->fileURLStrings;
-        entry.imageBookmark = capture->imageBookmark;
-        entries.append(entry);
+        entries.append(entryFromCapture(*capture, now.addSecs(-37 * i), i % 97 == 0));
     }
     return entries;
 }
@@ -109,19 +98,18 @@ int main(int argc, char *argv[])
         const ClipboardHistoryEntries history = makeHistory(size);
         double overallWorst = 0;
         for (const QString &query : queries) {
-            std::vector<double> times;
+            Figures times;
             qsizetype matches = 0;
             for (int run = 0; run < runs; ++run) {
                 QElapsedTimer timer;
                 timer.start();
                 const ClipboardHistoryEntries ranked = ClipboardSearch::rank(history, query);
-                times.push_back(double(timer.nsecsElapsed()) / 1e6);
+                times.addNanoseconds(timer.nsecsElapsed());
                 matches = ranked.size();
             }
-            std::sort(times.begin(), times.end());
-            overallWorst = std::max(overallWorst, times.back());
+            overallWorst = std::max(overallWorst, times.worst());
             std::printf("%-8d %-7s %8lld %10.3f %10.3f\n", size, qPrintable(query),
-                        static_cast<long long>(matches), times[times.size() / 2], times.back());
+                        static_cast<long long>(matches), times.median(), times.worst());
         }
         std::printf("%-8d worst of all queries: %.3f ms\n\n", size, overallWorst);
     }

@@ -4,6 +4,7 @@
 //
 // Usage: bench_store [folder for the temporary history]   (default: the system temporary folder)
 
+#include "BenchSupport.h"
 #include "Clipboard/ClipboardStore.h"
 
 #include <QCoreApplication>
@@ -12,9 +13,7 @@
 #include <QStorageInfo>
 #include <QTemporaryDir>
 
-#include <algorithm>
 #include <cstdio>
-#include <vector>
 
 namespace {
 
@@ -33,15 +32,10 @@ ClipboardCapture capture(int index, const QDateTime &when)
     return *result;
 }
 
-void report(const char *what, std::vector<qint64> nanoseconds)
+void report(const char *what, const Figures &figures)
 {
-    std::sort(nanoseconds.begin(), nanoseconds.end());
-    const auto at = [&](double fraction) {
-        return nanoseconds[std::min(nanoseconds.size() - 1, size_t(fraction * double(nanoseconds.size())))] /
-               1e6;
-    };
-    std::printf("%-44s n=%-5zu median %7.3f ms   p95 %7.3f ms   worst %7.3f ms\n", what, nanoseconds.size(),
-                at(0.5), at(0.95), nanoseconds.back() / 1e6);
+    std::printf("%-44s n=%-5zu median %7.3f ms   p95 %7.3f ms   worst %7.3f ms\n", what, figures.count(),
+                figures.median(), figures.at(0.95), figures.worst());
 }
 
 } // namespace
@@ -61,12 +55,10 @@ int main(int argc, char *argv[])
     std::printf("history file: %s (%s on %s)\n", qPrintable(path), storage.fileSystemType().constData(),
                 storage.device().constData());
 
-    QString error;
-    const auto store = ClipboardStore::open(path, limit, &error);
-    if (!store) {
-        std::fprintf(stderr, "open failed: %s\n", qPrintable(error));
+    const auto store = openBenchStore(path, limit);
+    if (!store)
         return 1;
-    }
+    QString error;
 
     QDateTime clock = QDateTime::currentDateTimeUtc().addDays(-1);
     int index = 0;
@@ -81,38 +73,35 @@ int main(int argc, char *argv[])
         store->togglePin(store->entries().at(pin * 10).id);
 
     QElapsedTimer timer;
-    std::vector<qint64> inserts;
-    for (int i = 0; i < 1000; ++i, ++index) {
-        clock = clock.addMSecs(100);
-        const ClipboardCapture next = capture(index, clock);
-        timer.start();
-        const bool ok = store->insert(next, &error);
-        inserts.push_back(timer.nsecsElapsed());
-        if (!ok) {
-            std::fprintf(stderr, "insert failed: %s\n", qPrintable(error));
-            return 1;
+    // Inserts `count` captures, the i-th being number indexAt(i), and times each.
+    const auto timeInserts = [&](int count, auto indexAt, Figures &figures) {
+        for (int i = 0; i < count; ++i) {
+            clock = clock.addMSecs(100);
+            const ClipboardCapture next = capture(indexAt(i), clock);
+            timer.start();
+            const bool ok = store->insert(next, &error);
+            figures.addNanoseconds(timer.nsecsElapsed());
+            if (!ok) {
+                std::fprintf(stderr, "insert failed: %s\n", qPrintable(error));
+                return false;
+            }
         }
-    }
+        return true;
+    };
+    Figures inserts;
+    Figures refreshes;
+    if (!timeInserts(1000, [&](int i) { return index + i; }, inserts))
+        return 1;
+    index += 1000;
+    if (!timeInserts(200, [&](int i) { return index - 1 - (i % 100); }, refreshes))
+        return 1;
 
-    std::vector<qint64> refreshes;
-    for (int i = 0; i < 200; ++i) {
-        clock = clock.addMSecs(100);
-        const ClipboardCapture again = capture(index - 1 - (i % 100), clock);
-        timer.start();
-        const bool ok = store->insert(again, &error);
-        refreshes.push_back(timer.nsecsElapsed());
-        if (!ok) {
-            std::fprintf(stderr, "insert failed: %s\n", qPrintable(error));
-            return 1;
-        }
-    }
-
-    std::vector<qint64> reads;
+    Figures reads;
     qsizetype count = 0;
     for (int i = 0; i < 200; ++i) {
         timer.start();
         count = store->entries().size();
-        reads.push_back(timer.nsecsElapsed());
+        reads.addNanoseconds(timer.nsecsElapsed());
     }
 
     std::printf("history: %d unpinned + 5 pinned records, %lld entries read\n", limit,

@@ -1,0 +1,96 @@
+#pragma once
+
+// Figures and plumbing shared by the benchmarks.
+
+#include "Clipboard/ClipboardCapture.h"
+#include "Clipboard/ClipboardHistoryEntry.h"
+#include "Clipboard/ClipboardStore.h"
+
+#include <QDateTime>
+#include <QUuid>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <memory>
+#include <numeric>
+#include <vector>
+
+#ifdef HALCY_CLIPBOARD_PEER
+#include "PeerProcess.h"
+#endif
+
+inline qint64 steadyNanoseconds()
+{
+    return std::chrono::duration_cast<std::chrono::nanoseconds>(
+               std::chrono::steady_clock::now().time_since_epoch())
+        .count();
+}
+
+// Timings in milliseconds.
+class Figures final
+{
+public:
+    void add(double ms) { m_ms.push_back(ms); }
+    void addNanoseconds(qint64 ns) { add(double(ns) / 1e6); }
+    size_t count() const { return m_ms.size(); }
+    bool empty() const { return m_ms.empty(); }
+    // Nearest rank: 0 is the best, 0.5 the median, 1 the worst.
+    double at(double fraction) const
+    {
+        if (m_ms.empty())
+            return 0;
+        std::vector<double> sorted = m_ms;
+        std::sort(sorted.begin(), sorted.end());
+        return sorted.at(std::min(sorted.size() - 1, size_t(fraction * double(sorted.size() - 1) + 0.5)));
+    }
+    double median() const { return at(0.5); }
+    double worst() const { return at(1.0); }
+    double mean() const
+    {
+        return m_ms.empty() ? 0 : std::accumulate(m_ms.begin(), m_ms.end(), 0.0) / double(m_ms.size());
+    }
+
+private:
+    std::vector<double> m_ms;
+};
+
+// The history file every benchmark writes to, or nothing after saying why.
+inline std::unique_ptr<ClipboardStore> openBenchStore(const QString &path,
+                                                      int limit = ClipboardStore::defaultHistoryLimit)
+{
+    QString error;
+    auto store = ClipboardStore::open(path, limit, &error);
+    if (!store)
+        std::fprintf(stderr, "cannot open the store: %s\n", qPrintable(error));
+    return store;
+}
+
+// A history entry as the store would hold it after `capture`.
+inline ClipboardHistoryEntry entryFromCapture(const ClipboardCapture &capture, const QDateTime &when,
+                                              bool pinned = false)
+{
+    ClipboardHistoryEntry entry;
+    entry.id = QUuid::createUuid();
+    entry.title = capture.title;
+    entry.preview = capture.preview;
+    entry.type = capture.type;
+    entry.sourceAppName = capture.sourceAppName;
+    entry.timestamp = when;
+    entry.isPinned = pinned;
+    entry.textContent = capture.textContent;
+    entry.fileURLStrings = capture.fileURLStrings;
+    entry.imageBookmark = capture.imageBookmark;
+    return entry;
+}
+
+#ifdef HALCY_CLIPBOARD_PEER
+// Starts the clipboard peer with `arguments`, or says why it could not.
+inline bool startClipboardPeer(PeerProcess &peer, const QStringList &arguments, int timeoutMs = 10000)
+{
+    if (peer.start(arguments, timeoutMs))
+        return true;
+    std::fprintf(stderr, "the clipboard peer did not start: %s\n", qPrintable(peer.errorOutput()));
+    return false;
+}
+#endif
