@@ -8,6 +8,8 @@
 #include <QLockFile>
 #include <QStandardPaths>
 
+#include <unistd.h>
+
 namespace {
 
 QString socketPath(const QString &directory)
@@ -30,10 +32,10 @@ QStringList InstanceChannel::verbs()
 
 QString InstanceChannel::runtimeDirectory()
 {
-    QString directory = QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation);
-    if (directory.isEmpty())
-        directory = QDir::tempPath();
-    return directory + QStringLiteral("/Halcy");
+    // Without XDG_RUNTIME_DIR (a bare shell), fall back quietly rather than let Qt warn on every call.
+    if (qEnvironmentVariableIsEmpty("XDG_RUNTIME_DIR"))
+        return QDir::tempPath() + QStringLiteral("/halcy-") + QString::number(::getuid());
+    return QStandardPaths::writableLocation(QStandardPaths::RuntimeLocation) + QStringLiteral("/Halcy");
 }
 
 InstanceChannel::InstanceChannel(const QString &directory, QObject *parent)
