@@ -17,7 +17,7 @@ struct DesktopCoverConfiguration
     bool consumesClicks = true;
     bool doubleClickReveals = false;
 
-    // Colours compare by their sRGB components, whatever spec the QColor was built with.
+    // Colours compare by their sRGB components, whatever colour model the QColor was built with.
     friend bool operator==(const DesktopCoverConfiguration &a, const DesktopCoverConfiguration &b)
     {
         const QColor ca = a.solidColor.toRgb();
