@@ -80,8 +80,9 @@ Rectangle {
                 radius: 7
                 visible: row.type === "color"
                 color: row.swatchColor
+                // A ring thick enough to keep a swatch visible on a highlight of the same colour.
                 border.color: row.isSelected ? "white" : row.theme.border
-                border.width: 1
+                border.width: row.isSelected ? 2 : 1
             }
             Image {
                 id: thumbnail
