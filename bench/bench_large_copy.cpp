@@ -8,6 +8,7 @@
 #include "Clipboard/ClipboardStore.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Pasteboard.h"
+#include "RecordingMonitorDelegate.h"
 #include "StallMeter.h"
 
 #include <QElapsedTimer>
@@ -21,17 +22,6 @@
 #include <unistd.h>
 
 namespace {
-
-class CountingDelegate final : public ClipboardMonitorDelegate
-{
-public:
-    int publications = 0;
-    QStringList messages;
-
-    bool isCaptureEnabled() const override { return true; }
-    void publishEntries(const ClipboardHistoryEntries &) override { ++publications; }
-    void reportStatus(const QString &message) override { messages.append(message); }
-};
 
 double residentMB()
 {
@@ -140,7 +130,7 @@ int main(int argc, char **argv)
         return 1;
     X11Pasteboard pasteboard;
     X11FrontmostApplication frontmost;
-    CountingDelegate delegate;
+    RecordingMonitorDelegate delegate;
     ClipboardMonitor monitor(&pasteboard, store.get(), &frontmost, &delegate);
     monitor.start();
     std::printf("reading the clipboard %s\n",
@@ -162,7 +152,7 @@ int main(int argc, char **argv)
         Measurement m;
         resetPeakResident();
         m.rssBefore = residentMB();
-        const int publicationsBefore = delegate.publications;
+        const int publicationsBefore = delegate.publications();
         const qint64 changesBefore = pasteboard.changeCount();
 
         StallMeter stalls;
@@ -176,11 +166,11 @@ int main(int argc, char **argv)
         sinceCopy.start();
         while (sinceCopy.elapsed() < 5000) {
             spinEventLoop(5);
-            if (m.recordedAfterMs < 0 && delegate.publications > publicationsBefore)
+            if (m.recordedAfterMs < 0 && delegate.publications() > publicationsBefore)
                 m.recordedAfterMs = sinceCopy.elapsed();
         }
         m.stallMs = stalls.stop();
-        m.recorded = delegate.publications > publicationsBefore;
+        m.recorded = delegate.publications() > publicationsBefore;
         m.rssAfter = residentMB();
         m.peakDuring = peakResidentMB();
         peer.stop();
@@ -201,15 +191,15 @@ int main(int argc, char **argv)
     }
 
     // Nothing is stuck afterwards: an ordinary copy is recorded at once.
-    const int publicationsBefore = delegate.publications;
+    const int publicationsBefore = delegate.publications();
     PeerProcess small(QStringLiteral(HALCY_CLIPBOARD_PEER));
     QElapsedTimer elapsed;
     elapsed.start();
     if (startClipboardPeer(small, {QStringLiteral("--text"), QStringLiteral("an ordinary copy")})) {
-        while (delegate.publications == publicationsBefore && elapsed.elapsed() < 5000)
+        while (delegate.publications() == publicationsBefore && elapsed.elapsed() < 5000)
             spinEventLoop(1);
         std::printf("an ordinary copy afterwards: %s after %lld ms\n",
-                    delegate.publications > publicationsBefore ? "recorded" : "NOT recorded",
+                    delegate.publications() > publicationsBefore ? "recorded" : "NOT recorded",
                     elapsed.elapsed());
     }
     if (!delegate.messages.isEmpty())

@@ -7,6 +7,7 @@
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Pasteboard.h"
+#include "RecordingMonitorDelegate.h"
 #include "StallMeter.h"
 #include "TestEnvironment.h"
 #include "X11TestMain.h"
@@ -25,17 +26,6 @@ const QString textFieldPeer = QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_p
 const QString xcbOwnerPeer = QStringLiteral(HALCY_TEST_PEERS_DIR "/xcb_owner_peer");
 // What the tests allow the GUI thread to be held up at worst; the real figures are printed.
 constexpr qint64 stallBoundMs = 500;
-
-class RecordingDelegate final : public ClipboardMonitorDelegate
-{
-public:
-    int publications = 0;
-    QStringList messages;
-
-    bool isCaptureEnabled() const override { return true; }
-    void publishEntries(const ClipboardHistoryEntries &) override { ++publications; }
-    void reportStatus(const QString &message) override { messages.append(message); }
-};
 
 } // namespace
 
@@ -76,7 +66,7 @@ private:
     std::unique_ptr<X11Pasteboard> m_pasteboard;
     std::unique_ptr<X11FrontmostApplication> m_frontmost;
     std::unique_ptr<ClipboardStore> m_store;
-    std::unique_ptr<RecordingDelegate> m_delegate;
+    std::unique_ptr<RecordingMonitorDelegate> m_delegate;
     std::unique_ptr<ClipboardMonitor> m_monitor;
 };
 
@@ -95,7 +85,7 @@ void TestX11ClipboardMonitor::init()
     m_frontmost = std::make_unique<X11FrontmostApplication>();
     m_store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit);
     QVERIFY(m_store);
-    m_delegate = std::make_unique<RecordingDelegate>();
+    m_delegate = std::make_unique<RecordingMonitorDelegate>();
     m_monitor = std::make_unique<ClipboardMonitor>(m_pasteboard.get(), m_store.get(), m_frontmost.get(),
                                                    m_delegate.get());
     m_monitor->start();
@@ -184,7 +174,7 @@ void TestX11ClipboardMonitor::recordsCopiesOfOtherApplications()
     const ClipboardHistoryEntry entry = m_store->entries().first();
     QCOMPARE(rawValue(entry.type), kind);
     QCOMPARE(entry.title, title);
-    QCOMPARE(m_delegate->publications, 1);
+    QCOMPARE(m_delegate->publications(), 1);
     if (entry.type == ClipboardContentType::image) {
         QImage stored;
         QVERIFY(stored.loadFromData(m_store->imageData(entry.id).value_or(QByteArray()), "PNG"));
@@ -220,7 +210,7 @@ void TestX11ClipboardMonitor::skipsMarkedCopies()
     QVERIFY(monitorCaughtUp(before));
     spinEventLoop(ClipboardMonitor::pollIntervalMs + 50);
     QVERIFY(m_store->entries().isEmpty());
-    QCOMPARE(m_delegate->publications, 0);
+    QCOMPARE(m_delegate->publications(), 0);
     // The same copy without the mark is recorded.
     QVERIFY(copyAndWaitForEntry(QStringLiteral("correct horse battery")));
     QCOMPARE(m_store->entries().size(), 1);
@@ -318,7 +308,7 @@ void TestX11ClipboardMonitor::skipsTextOverTheLimit()
     const qint64 stall = stalls.stop();
     qInfo("20 MB text skipped; GUI thread held up %lld ms at most", stall);
     QVERIFY(m_store->entries().isEmpty());
-    QCOMPARE(m_delegate->publications, 0);
+    QCOMPARE(m_delegate->publications(), 0);
     QVERIFY(m_delegate->messages.isEmpty());
     QVERIFY2(stall < stallBoundMs, qPrintable(QString::number(stall)));
 

@@ -1,7 +1,5 @@
-#include "App/AppState.h"
-#include "App/Preferences.h"
 #include "EntryFactory.h"
-#include "TestEnvironment.h"
+#include "StateFixture.h"
 
 #include <QSignalSpy>
 #include <QTest>
@@ -24,17 +22,15 @@ class tst_AppState : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<Preferences> m_preferences;
-    std::unique_ptr<AppState> m_state;
+    std::unique_ptr<StateFixture> m_fixture;
+    AppState *m_state = nullptr;
     ClipboardHistoryEntries m_entries;
 
 private slots:
     void init()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_preferences = std::make_unique<Preferences>();
-        m_state = std::make_unique<AppState>(m_preferences.get());
+        m_fixture = std::make_unique<StateFixture>();
+        m_state = &m_fixture->state;
         m_entries = {makeEntry(QStringLiteral("alpha release notes"), secondsAgo(60)),
                      makeEntry(QStringLiteral("beta"), secondsAgo(120)),
                      makeEntry(QStringLiteral("Alpha"), secondsAgo(180), true),
@@ -42,9 +38,8 @@ private slots:
     }
     void cleanup()
     {
-        m_state.reset();
-        m_preferences.reset();
-        m_env.reset();
+        m_state = nullptr;
+        m_fixture.reset();
     }
 
     void applyingEntriesSelectsTheFirstVisibleOrThePreferred()
@@ -66,7 +61,7 @@ private slots:
     void searchRecomputesTheVisibleList()
     {
         m_state->applyEntries(m_entries);
-        QSignalSpy visibleSpy(m_state.get(), &AppState::visibleClipboardEntriesChanged);
+        QSignalSpy visibleSpy(m_state, &AppState::visibleClipboardEntriesChanged);
 
         m_state->setSearchQuery(QStringLiteral("   \n"));
         QCOMPARE(titles(m_state->visibleClipboardEntries()), titles(m_entries));
@@ -122,7 +117,7 @@ private slots:
     {
         QFETCH(int, result);
         QFETCH(QString, message);
-        QSignalSpy spy(m_state.get(), &AppState::clipboardStatusMessageChanged);
+        QSignalSpy spy(m_state, &AppState::clipboardStatusMessageChanged);
         m_state->applyPasteResult(PasteResult(result));
         m_state->applyPasteResult(PasteResult(result));
         QCOMPARE(m_state->clipboardStatusMessage(), message);

@@ -4,6 +4,7 @@
 #include "FakeFrontmostApplication.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
+#include "RecordingMonitorDelegate.h"
 #include "TestEnvironment.h"
 
 #include <QBuffer>
@@ -16,18 +17,6 @@
 #include <QTimer>
 
 namespace {
-
-class RecordingDelegate final : public ClipboardMonitorDelegate
-{
-public:
-    bool enabled = true;
-    QList<ClipboardHistoryEntries> published;
-    QStringList messages;
-
-    bool isCaptureEnabled() const override { return enabled; }
-    void publishEntries(const ClipboardHistoryEntries &entries) override { published.append(entries); }
-    void reportStatus(const QString &message) override { messages.append(message); }
-};
 
 QByteArray encoded(const QImage &image, const char *format)
 {
@@ -85,7 +74,7 @@ private:
     std::unique_ptr<FakePasteboard> m_pasteboard;
     std::unique_ptr<FakeFrontmostApplication> m_frontmost;
     std::unique_ptr<ClipboardStore> m_store;
-    RecordingDelegate m_delegate;
+    RecordingMonitorDelegate m_delegate;
 };
 
 void TestClipboardMonitor::init()
@@ -96,7 +85,7 @@ void TestClipboardMonitor::init()
     QString error;
     m_store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit, &error);
     QVERIFY2(m_store, qPrintable(error));
-    m_delegate = RecordingDelegate();
+    m_delegate = RecordingMonitorDelegate();
 }
 
 void TestClipboardMonitor::cleanup()

@@ -1,7 +1,5 @@
-#include "App/AppState.h"
-#include "App/Preferences.h"
 #include "EntryFactory.h"
-#include "TestEnvironment.h"
+#include "StateFixture.h"
 #include "UI/ClipboardListModel.h"
 #include "UI/HubPopover.h"
 
@@ -15,9 +13,8 @@ class tst_ClipboardListModel : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<Preferences> m_preferences;
-    std::unique_ptr<AppState> m_state;
+    std::unique_ptr<StateFixture> m_fixture;
+    AppState *m_state = nullptr;
 
     QVariant role(const ClipboardListModel &model, int row, int role) const
     {
@@ -27,15 +24,13 @@ private:
 private slots:
     void init()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_preferences = std::make_unique<Preferences>();
-        m_state = std::make_unique<AppState>(m_preferences.get());
+        m_fixture = std::make_unique<StateFixture>();
+        m_state = &m_fixture->state;
     }
     void cleanup()
     {
-        m_state.reset();
-        m_preferences.reset();
-        m_env.reset();
+        m_state = nullptr;
+        m_fixture.reset();
     }
 
     void quickNumbersSkipPinnedEntries()
@@ -64,7 +59,7 @@ private slots:
             makeEntry(QStringLiteral("old text"), now.addDays(-20)),
         };
         m_state->applyEntries(entries);
-        ClipboardListModel model(m_state.get());
+        ClipboardListModel model(m_state);
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
 
         QCOMPARE(model.rowCount(), 3);
@@ -95,7 +90,7 @@ private slots:
         const ClipboardHistoryEntries entries = {makeEntry(QStringLiteral("a"), now), makeEntry(QStringLiteral("b"), now.addSecs(-1)),
                                                  makeEntry(QStringLiteral("c"), now.addSecs(-2))};
         m_state->applyEntries(entries);
-        ClipboardListModel model(m_state.get());
+        ClipboardListModel model(m_state);
         QCOMPARE(model.selectedRow(), 0);
         QVERIFY(role(model, 0, ClipboardListModel::IsSelectedRole).toBool());
 

@@ -1,8 +1,6 @@
-#include "App/AppState.h"
-#include "App/Preferences.h"
 #include "EntryFactory.h"
 #include "RecordingCommander.h"
-#include "TestEnvironment.h"
+#include "StateFixture.h"
 #include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
@@ -17,9 +15,8 @@ class tst_HubView : public QObject
     Q_OBJECT
 
 private:
-    std::unique_ptr<TestEnvironment> m_env;
-    std::unique_ptr<Preferences> m_preferences;
-    std::unique_ptr<AppState> m_state;
+    std::unique_ptr<StateFixture> m_fixture;
+    AppState *m_state = nullptr;
     std::unique_ptr<RecordingCommander> m_commander;
     std::unique_ptr<HubPopover> m_popover;
     ClipboardHistoryEntries m_entries;
@@ -65,14 +62,13 @@ private:
 private slots:
     void init()
     {
-        m_env = std::make_unique<TestEnvironment>();
-        m_preferences = std::make_unique<Preferences>();
-        m_state = std::make_unique<AppState>(m_preferences.get());
+        m_fixture = std::make_unique<StateFixture>();
+        m_state = &m_fixture->state;
         m_commander = std::make_unique<RecordingCommander>();
         m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)), makeEntry(QStringLiteral("second"), secondsAgo(20)),
                      makeEntry(QStringLiteral("third"), secondsAgo(30))};
         m_state->applyEntries(m_entries);
-        m_popover = std::make_unique<HubPopover>(m_state.get(), m_commander.get(), QString());
+        m_popover = std::make_unique<HubPopover>(m_state, m_commander.get(), QString());
         m_popover->show(QRect(100, 0, 24, 24));
         QVERIFY(QTest::qWaitForWindowExposed(view()));
         QCOMPARE(view()->status(), QQuickView::Ready);
@@ -81,9 +77,8 @@ private slots:
     {
         m_popover.reset();
         m_commander.reset();
-        m_state.reset();
-        m_preferences.reset();
-        m_env.reset();
+        m_state = nullptr;
+        m_fixture.reset();
     }
 
     void opensWithTheNewestSelectedAndTypingInTheSearch()
