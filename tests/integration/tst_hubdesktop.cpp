@@ -1,6 +1,6 @@
-#include "App/AppCoordinator.h"
+#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardSearch.h"
 #include "Clipboard/ClipboardStore.h"
 #include "DesktopTools.h"
@@ -10,6 +10,7 @@
 #include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
+#include "UI/Theme.h"
 #include "X11TestMain.h"
 
 #include <QAction>
@@ -738,7 +739,7 @@ void TestHubDesktop::screenshotsOfTheOpenHubInBothPalettes()
     };
     for (const Palette &palette : {Palette{"light", false, QColor(0xf7, 0xf7, 0xf9)},
                                    Palette{"dark", true, QColor(0x1c, 0x1d, 0x22)}}) {
-        hub()->controller()->setDarkMode(palette.dark);
+        hub()->theme()->setDark(palette.dark);
         spinEventLoop(400);
         const QImage shot = view()->grabWindow();
         QCOMPARE(shot.size(), HubPopover::contentSize * view()->devicePixelRatio());

@@ -172,7 +172,7 @@ void TestX11ClipboardMonitor::recordsCopiesOfOtherApplications()
     QTRY_COMPARE_WITH_TIMEOUT(m_store->entries().size(), 1, 2000);
 
     const ClipboardHistoryEntry entry = m_store->entries().first();
-    QCOMPARE(rawValue(entry.type), kind);
+    QCOMPARE(enumName(entry.type), kind);
     QCOMPARE(entry.title, title);
     QCOMPARE(m_delegate->publications(), 1);
     if (entry.type == ClipboardContentType::image) {

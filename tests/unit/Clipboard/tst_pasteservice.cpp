@@ -1,6 +1,6 @@
 #include "Clipboard/PasteService.h"
-#include "FakeKeystrokePoster.h"
 #include "DesktopTools.h"
+#include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 
 #include <QImage>
@@ -81,7 +81,8 @@ void TestPasteService::writesText_data()
     const QString padded = QStringLiteral("  \n\tline one\n  line two \n\n");
     QTest::addRow("plain text trims both ends") << padded << PasteMode::plainText << "line one\n  line two";
     QTest::addRow("formatted keeps the blanks") << padded << PasteMode::formatted << padded;
-    QTest::addRow("unicode survives") << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
+    QTest::addRow("unicode survives")
+        << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
 }
 
 void TestPasteService::writesText()
@@ -147,7 +148,8 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
     QTest::addColumn<std::optional<QByteArray>>("imageBytes");
 
     QTest::addRow("image without bytes") << imageEntry() << std::optional<QByteArray>();
-    QTest::addRow("image with undecodable bytes") << imageEntry() << std::optional<QByteArray>("not a picture");
+    QTest::addRow("image with undecodable bytes")
+        << imageEntry() << std::optional<QByteArray>("not a picture");
     QTest::addRow("no valid file URL left")
         << fileEntry({"file://[broken", "https://example.com/"}) << std::optional<QByteArray>();
     QTest::addRow("bytes for an entry that is no image") << [] {

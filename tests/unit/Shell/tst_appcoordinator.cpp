@@ -1,21 +1,21 @@
-#include "App/AppCoordinator.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
-#include "Hotkeys/HotkeyManager.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
+#include "Hotkeys/HotkeyManager.h"
+#include "Shell/AppCoordinator.h"
+#include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
 
 #include <QBuffer>
 #include <QDir>
+#include <QFile>
 #include <QFileInfo>
 #include <QImage>
-#include <QRegularExpression>
-#include <QFile>
 #include <QMimeData>
+#include <QRegularExpression>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -109,9 +109,9 @@ private slots:
         QCOMPARE(state()->clipboardEntries().size(), 1);
 
         // The hub shortcut opens the hub and closes it again.
-        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::command, Modifier::shift}));
+        QVERIFY(hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
         QTRY_VERIFY(first->isPopoverShown());
-        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::shift, Modifier::command}));
+        QVERIFY(hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
         QTRY_VERIFY(!first->isPopoverShown());
     }
 
@@ -136,7 +136,8 @@ private slots:
         QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
         QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste")), QByteArray("1"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste")),
+                 QByteArray("1"));
 
         // Our own write is not captured again.
         m_coordinator->clipboardMonitor()->poll();
@@ -158,8 +159,10 @@ private slots:
         QTest::addColumn<QString>("message");
         QTest::addRow("pasted") << true << true << 1 << QStringLiteral("Pasted");
         QTest::addRow("no XTest: copied only")
-            << false << true << 0 << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
-        QTest::addRow("nothing to write") << true << false << 0 << QStringLiteral("This item cannot be pasted yet.");
+            << false << true << 0
+            << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
+        QTest::addRow("nothing to write")
+            << true << false << 0 << QStringLiteral("This item cannot be pasted yet.");
     }
 
     void pasteReportsWhatHappened()
@@ -252,8 +255,8 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(garbage);
         }
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral("^Persistent store unavailable, running in-memory: .+")));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(
+                                               "^Persistent store unavailable, running in-memory: .+")));
         makeCoordinator();
         QCOMPARE(state()->clipboardStatusMessage(),
                  QStringLiteral("Clipboard history is running without persistence."));
