@@ -5,9 +5,9 @@
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 #include "RecordingMonitorDelegate.h"
+#include "SampleContent.h"
 #include "TestEnvironment.h"
 
-#include <QBuffer>
 #include <QImage>
 #include <QRegularExpression>
 #include <QSqlDatabase>
@@ -17,23 +17,6 @@
 #include <QTimer>
 
 namespace {
-
-QByteArray encoded(const QImage &image, const char *format)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, format);
-    return bytes;
-}
-
-QImage sampleImage()
-{
-    QImage image(7, 5, QImage::Format_RGB32);
-    image.fill(QColor(200, 30, 60));
-    image.setPixelColor(3, 2, QColor(10, 220, 40));
-    return image;
-}
 
 const QString plain = QStringLiteral("text/plain");
 
@@ -169,7 +152,7 @@ void TestClipboardMonitor::kindPrecedence_data()
     QTest::addColumn<QString>("kind"); // empty: nothing captured
     QTest::addColumn<QString>("title");
 
-    const QByteArray png = encoded(sampleImage(), "PNG");
+    const QByteArray png = encodedImage(sampleImage(), "PNG");
     const QString uriList = QStringLiteral("text/uri-list");
 
     QTest::addRow("files win over their paths as text")
@@ -215,7 +198,7 @@ void TestClipboardMonitor::kindPrecedence()
 void TestClipboardMonitor::otherImageFormatsAreStoredAsPNG()
 {
     auto monitor = makeMonitor();
-    m_pasteboard->copy({{QStringLiteral("image/bmp"), encoded(sampleImage(), "BMP")}});
+    m_pasteboard->copy({{QStringLiteral("image/bmp"), encodedImage(sampleImage(), "BMP")}});
     monitor->poll();
 
     const ClipboardHistoryEntries entries = m_store->entries();
@@ -236,7 +219,7 @@ void TestClipboardMonitor::pngBytesAreStoredUnchanged()
     // Text chunks and the like survive only if the bytes are not re-encoded.
     QImage image = sampleImage();
     image.setText(QStringLiteral("Author"), QStringLiteral("someone"));
-    const QByteArray png = encoded(image, "PNG");
+    const QByteArray png = encodedImage(image, "PNG");
     auto monitor = makeMonitor();
     m_pasteboard->copy({{QStringLiteral("image/png"), png}, {QStringLiteral("image/tiff"), "ignored"}});
     monitor->poll();
@@ -399,7 +382,7 @@ void TestClipboardMonitor::oversizeCopiesAreNotRecorded_data()
     QTest::addColumn<FakePasteboard::Content>("content");
 
     const QByteArray overText(PasteboardLimits::maxTextBytes + 1, 'x');
-    const QByteArray png = encoded(sampleImage(), "PNG");
+    const QByteArray png = encodedImage(sampleImage(), "PNG");
     const QString uriList = QStringLiteral("text/uri-list");
     QByteArray overURIList;
     while (overURIList.size() <= PasteboardLimits::maxTextBytes)

@@ -1,7 +1,7 @@
 #include "Clipboard/PasteService.h"
 #include "FakeKeystrokePoster.h"
-#include "DesktopTools.h"
 #include "FakePasteboard.h"
+#include "SampleContent.h"
 
 #include <QImage>
 #include <QMimeData>
@@ -132,7 +132,7 @@ void TestPasteService::writesFiles()
 
 void TestPasteService::writesImages()
 {
-    const QByteArray png = pngBytes();
+    const QByteArray png = encodedImage();
     QVERIFY(m_service->write(imageEntry(), PasteMode::formatted, png));
     QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), std::optional<QByteArray>(png));
     QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
@@ -154,7 +154,7 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
         auto e = imageEntry();
         e.type = ClipboardContentType::file;
         return e;
-    }() << std::optional<QByteArray>(pngBytes());
+    }() << std::optional<QByteArray>(encodedImage());
     QTest::addRow("empty entry") << ClipboardHistoryEntry() << std::optional<QByteArray>();
 }
 
