@@ -1,3 +1,4 @@
+#include "DesktopTools.h"
 #include "Hotkeys/HotkeyManager.h"
 #include "Hotkeys/KeyboardShortcutDescriptor.h"
 #include "PeerProcess.h"
@@ -79,13 +80,8 @@ private:
     xcb_key_symbols_t *m_symbols = nullptr;
 };
 
-bool xdotool(const QStringList &arguments)
-{
-    const std::optional<ToolResult> result = runTool(QStringLiteral("xdotool"), arguments);
-    return result && result->exitCode == 0;
-}
-
-bool pressKeys(const QString &combination)
+// Without --clearmodifiers, which would lift the lock states the cases set.
+bool press(const QString &combination)
 {
     return xdotool({QStringLiteral("key"), combination});
 }
@@ -100,7 +96,7 @@ bool setLock(const QString &name, bool on)
                              .hasMatch();
     };
     if (isOn() != on)
-        pressKeys(QString(name).replace(QLatin1Char(' '), QLatin1Char('_')));
+        press(QString(name).replace(QLatin1Char(' '), QLatin1Char('_')));
     return isOn() == on;
 }
 
@@ -180,7 +176,7 @@ private slots:
             spinEventLoop(1200);
             QVERIFY(xdotool({QStringLiteral("keyup"), combination}));
         } else {
-            QVERIFY(pressKeys(combination));
+            QVERIFY(press(combination));
         }
         if (id != 0) {
             QTRY_COMPARE(pressed.size(), 1);
@@ -189,7 +185,7 @@ private slots:
         spinEventLoop(300);
         QCOMPARE(pressed.size(), id != 0 ? 1 : 0);
         // The grabs still answer afterwards.
-        QVERIFY(pressKeys(QStringLiteral("super+shift+v")));
+        QVERIFY(press(QStringLiteral("super+shift+v")));
         QTRY_COMPARE(pressed.size(), id != 0 ? 2 : 1);
     }
 
@@ -206,9 +202,9 @@ private slots:
 
         QCOMPARE(manager.actionIDs(), (QMap<quint32, QString>{{1, QStringLiteral("clipboard.open")},
                                                               {2, QStringLiteral("mirror.toggle")}}));
-        QVERIFY(pressKeys(QStringLiteral("ctrl+super+d")));
-        QVERIFY(pressKeys(QStringLiteral("super+shift+v")));
-        QVERIFY(pressKeys(QStringLiteral("ctrl+super+m")));
+        QVERIFY(press(QStringLiteral("ctrl+super+d")));
+        QVERIFY(press(QStringLiteral("super+shift+v")));
+        QVERIFY(press(QStringLiteral("ctrl+super+m")));
         QTRY_COMPARE(commander.calls, (QStringList{"toggleHub", "toggleMirror"}));
         spinEventLoop(200);
         QCOMPARE(commander.calls.size(), 2);
@@ -250,7 +246,7 @@ private slots:
             registrar.reset();
         else
             registrar->ungrabAll();
-        QVERIFY(pressKeys(QStringLiteral("ctrl+super+m")));
+        QVERIFY(press(QStringLiteral("ctrl+super+m")));
         spinEventLoop(300);
         QCOMPARE(pressed.size(), 0);
         QVERIFY(other.grabInEveryLockState(keysymM, controlSuper));
@@ -266,7 +262,7 @@ private slots:
 
         OtherClient other;
         QVERIFY(other.grabInEveryLockState(keysymM, controlSuper));
-        QVERIFY(pressKeys(QStringLiteral("ctrl+super+d")));
+        QVERIFY(press(QStringLiteral("ctrl+super+d")));
         QTRY_COMPARE(pressed.size(), 1);
         QCOMPARE(pressed.at(0).at(0).value<quint32>(), 7u);
     }

@@ -35,6 +35,7 @@ HalcyProcess::~HalcyProcess()
 
 bool HalcyProcess::start(int timeoutMs)
 {
+    m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
     if (!m_process.waitForStarted(timeoutMs))

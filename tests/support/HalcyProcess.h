@@ -22,7 +22,7 @@ public:
     QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
     QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
 
-    // Starts the app and waits until it reports that it is up.
+    // Starts the app (again, after it ended: the log starts over) and waits until it reports that it is up.
     bool start(int timeoutMs = 15000);
     // Runs `halcy ARGS` as a second launch against the same directories; returns its exit code.
     int runClient(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000) const;
