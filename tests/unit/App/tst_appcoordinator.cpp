@@ -134,19 +134,22 @@ private slots:
 
     void pasteReportsWhatHappened_data()
     {
-        QTest::addColumn<bool>("keystrokesAvailable");
+        QTest::addColumn<QString>("keystroke"); // "posted", "refused" or "unavailable" (no XTest)
         QTest::addColumn<bool>("entryWritable");
         QTest::addColumn<int>("expectedPosts");
         QTest::addColumn<QString>("message");
-        QTest::addRow("pasted") << true << true << 1 << QStringLiteral("Pasted");
-        QTest::addRow("no XTest: copied only")
-            << false << true << 0 << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
-        QTest::addRow("nothing to write") << true << false << 0 << QStringLiteral("This item cannot be pasted yet.");
+        const QString copiedOnly =
+            QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
+        QTest::addRow("pasted") << "posted" << true << 1 << QStringLiteral("Pasted");
+        QTest::addRow("keystroke refused: copied only") << "refused" << true << 1 << copiedOnly;
+        QTest::addRow("no XTest: copied only") << "unavailable" << true << 0 << copiedOnly;
+        QTest::addRow("nothing to write")
+            << "posted" << false << 0 << QStringLiteral("This item cannot be pasted yet.");
     }
 
     void pasteReportsWhatHappened()
     {
-        QFETCH(bool, keystrokesAvailable);
+        QFETCH(QString, keystroke);
         QFETCH(bool, entryWritable);
         QFETCH(int, expectedPosts);
         QFETCH(QString, message);
@@ -157,7 +160,8 @@ private slots:
             entry.type = ClipboardContentType::image;
             entry.textContent.reset();
         }
-        m_keystrokes->setAvailable(keystrokesAvailable);
+        m_keystrokes->setAvailable(keystroke != QLatin1String("unavailable"));
+        m_keystrokes->setPostSucceeds(keystroke == QLatin1String("posted"));
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
         QCOMPARE(m_keystrokes->posts(), expectedPosts);
         QCOMPARE(state()->clipboardStatusMessage(), message);
