@@ -26,12 +26,12 @@ public:
     QStringList messages;
 
     bool isCaptureEnabled() const override { return true; }
-    void publishEntries(const ClipboardHistoryEntries &entries) override
+    void watch(ClipboardStore *store)
     {
-        const qint64 now = steadyNanoseconds();
-        if (!entries.isEmpty() && entries.first().textContent &&
-            !publishedAt.contains(*entries.first().textContent))
-            publishedAt.insert(*entries.first().textContent, now);
+        QObject::connect(store, &ClipboardStore::entryInserted, store, [this](const ClipboardHistoryEntry &entry) {
+            if (entry.textContent && !publishedAt.contains(*entry.textContent))
+                publishedAt.insert(*entry.textContent, steadyNanoseconds());
+        });
     }
     void reportStatus(const QString &message) override { messages.append(message); }
 };
@@ -63,6 +63,7 @@ int main(int argc, char **argv)
     X11Pasteboard pasteboard;
     X11FrontmostApplication frontmost;
     TimingDelegate delegate;
+    delegate.watch(store.get());
     ClipboardMonitor monitor(&pasteboard, store.get(), &frontmost, &delegate);
     monitor.start();
 

@@ -131,6 +131,7 @@ int main(int argc, char **argv)
     X11Pasteboard pasteboard;
     X11FrontmostApplication frontmost;
     RecordingMonitorDelegate delegate;
+    delegate.watch(store.get());
     ClipboardMonitor monitor(&pasteboard, store.get(), &frontmost, &delegate);
     monitor.start();
     std::printf("reading the clipboard %s\n",

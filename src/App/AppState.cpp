@@ -6,6 +6,8 @@
 
 #include <QMetaProperty>
 
+#include <algorithm>
+
 const std::vector<PreferenceRow> &AppState::preferenceRows()
 {
     static const std::vector<PreferenceRow> rows{
@@ -109,14 +111,6 @@ void AppState::setSelectedClipboardEntryID(const QUuid &value)
     emit selectedClipboardEntryIDChanged();
 }
 
-void AppState::setClipboardEntries(const ClipboardHistoryEntries &entries)
-{
-    assertGuiThread();
-    m_clipboardEntries = entries;
-    emit clipboardEntriesChanged();
-    refreshVisibleEntries();
-}
-
 void AppState::setClipboardStatusMessage(const QString &value)
 {
     // Re-announce an identical message too: the same outcome twice is still news to the user.
@@ -156,24 +150,42 @@ void AppState::refreshVisibleEntries()
 
 void AppState::applyEntries(const ClipboardHistoryEntries &entries, const QUuid &preferredSelection)
 {
-    setClipboardEntries(entries);
+    assertGuiThread();
+    m_clipboardEntries = entries;
+    emit clipboardEntriesChanged();
+    refreshVisibleEntries();
     if (!preferredSelection.isNull())
         setSelectedClipboardEntryID(preferredSelection);
     else
-        setSelectedClipboardEntryID(
-            m_visibleClipboardEntries.isEmpty() ? QUuid() : m_visibleClipboardEntries.first().id);
+        selectFirstVisible();
 }
 
-void AppState::removeEntry(const QUuid &id)
+void AppState::selectFirstVisible()
+{
+    setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid()
+                                                                    : m_visibleClipboardEntries.first().id);
+}
+
+void AppState::insertEntry(const ClipboardHistoryEntry &entry)
 {
     assertGuiThread();
-    for (auto it = m_clipboardEntries.begin(); it != m_clipboardEntries.end(); ++it) {
-        if (it->id == id) {
-            m_clipboardEntries.erase(it);
-            emit clipboardEntriesChanged();
-            break;
-        }
-    }
+    m_clipboardEntries.removeIf([&entry](const ClipboardHistoryEntry &e) { return e.id == entry.id; });
+    // The latest write wins a tie, as in the store.
+    const auto at =
+        std::find_if(m_clipboardEntries.begin(), m_clipboardEntries.end(),
+                     [&entry](const ClipboardHistoryEntry &e) { return e.timestamp <= entry.timestamp; });
+    m_clipboardEntries.insert(at, entry);
+    emit clipboardEntriesChanged();
+    refreshVisibleEntries();
+}
+
+void AppState::removeEntries(const QList<QUuid> &ids)
+{
+    assertGuiThread();
+    if (m_clipboardEntries.removeIf([&ids](const ClipboardHistoryEntry &e) { return ids.contains(e.id); }) ==
+        0)
+        return;
+    emit clipboardEntriesChanged();
     refreshVisibleEntries();
     repairSelection();
 }
@@ -186,8 +198,7 @@ void AppState::repairSelection()
         if (entry.id == m_selectedClipboardEntryID)
             return;
     }
-    setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid()
-                                                                    : m_visibleClipboardEntries.first().id);
+    selectFirstVisible();
 }
 
 QString AppState::pastedMessage()

@@ -98,7 +98,6 @@ public:
     void setDesktopHidden(bool value);
     void setSearchQuery(const QString &value);
     void setSelectedClipboardEntryID(const QUuid &value);
-    void setClipboardEntries(const ClipboardHistoryEntries &entries);
     void setClipboardStatusMessage(const QString &value);
     void setUpdateMessage(const QString &value);
     void setIsCheckingForUpdates(bool value);
@@ -108,8 +107,13 @@ public:
     void applyEntries(const ClipboardHistoryEntries &entries, const QUuid &preferredSelection = QUuid());
     void applyPasteResult(PasteResult result);
     void refreshVisibleEntries();
-    // Drops an entry from the in-memory list only; the store is not touched.
-    void removeEntry(const QUuid &id);
+    // The store's announcements, applied to the in-memory list: an inserted or changed entry takes its
+    // place by time (newest first); removed ones leave, and a removed selection moves to the first
+    // visible entry. The selection otherwise stays where it was.
+    void insertEntry(const ClipboardHistoryEntry &entry);
+    // The first visible entry, or none; what the hub selects when it opens or after a command.
+    void selectFirstVisible();
+    void removeEntries(const QList<QUuid> &ids);
     DesktopCoverConfiguration desktopCoverConfiguration() const;
     // Every persisted preference back to its default, each written; changed ones are announced.
     void resetToDefaults();

@@ -138,15 +138,7 @@ void ClipboardMonitor::record(const PasteboardContent &content, std::optional<Cl
     if (!m_store->insert(*capture, &error)) {
         qCWarning(lcClipboard) << "could not record a copy:" << error;
         m_delegate->reportStatus(saveFailedMessage);
-        return;
     }
-    const ClipboardHistoryEntries entries = m_store->entries(&error);
-    if (!error.isEmpty()) {
-        // The copy is saved; keep showing the list we have rather than an empty one.
-        qCWarning(lcClipboard) << "could not reload the history:" << error;
-        return;
-    }
-    m_delegate->publishEntries(entries);
 }
 
 QString ClipboardMonitor::sourceAppName() const

@@ -23,14 +23,14 @@ public:
     virtual ~ClipboardMonitorDelegate() = default;
     // Clipboard history switched on and not paused.
     virtual bool isCaptureEnabled() const = 0;
-    virtual void publishEntries(const ClipboardHistoryEntries &entries) = 0;
     virtual void reportStatus(const QString &message) = 0;
 };
 
-// Watches the clipboard and records every new content in the store. It reacts to the pasteboard's
-// change notification at once and also polls the change count every 0.45 s, so a missed notification
-// delays a capture but never loses it. The content is read and the capture built (hashing included)
-// where the pasteboard reads, off the GUI thread on X11; only the store is written here. GUI thread only.
+// Watches the clipboard and records every new content in the store (which announces it). It reacts to the
+// pasteboard's change notification at once and also polls the change count every 0.45 s, so a missed
+// notification delays a capture but never loses it. The content is read and the capture built (hashing
+// included) where the pasteboard reads, off the GUI thread on X11; only the store is written here. GUI thread
+// only.
 class ClipboardMonitor final : public QObject
 {
     Q_OBJECT

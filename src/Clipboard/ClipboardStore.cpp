@@ -338,7 +338,8 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
             pinned = existing.value(1).toInt() != 0;
         }
     }
-    if (id.isEmpty())
+    const bool known = !id.isEmpty();
+    if (!known)
         id = idText(QUuid::createUuid());
 
     const QDateTime timestamp =
@@ -367,22 +368,31 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
         return false;
     write.finish();
 
-    return trim(error) && transaction.commit(what, error);
-}
-
-bool ClipboardStore::trim(QString *error)
-{
-    QSqlQuery query(m_database);
-    query.prepare(
-        QStringLiteral("DELETE FROM ClipboardRecord WHERE rowid IN (SELECT rowid FROM ClipboardRecord "
-                       "WHERE isPinned = 0 %1 LIMIT -1 OFFSET ?)")
-            .arg(newestFirst));
-    query.addBindValue(m_historyLimit);
-    if (!exec(query, "Could not trim the clipboard history", error))
+    QList<QUuid> trimmed;
+    if (!deleteWhere(QStringLiteral("rowid IN (SELECT rowid FROM ClipboardRecord WHERE isPinned = 0 %1 "
+                                    "LIMIT -1 OFFSET ?)")
+                         .arg(newestFirst),
+                     {m_historyLimit}, "Could not trim the clipboard history", &trimmed, error) ||
+        !transaction.commit(what, error))
         return false;
-    if (query.numRowsAffected() > 0)
-        qCDebug(lcStore) << "Trimmed" << query.numRowsAffected() << "records beyond the limit of"
-                         << m_historyLimit;
+
+    ClipboardRecord record;
+    record.id = QUuid::fromString(id);
+    record.title = nonNull(capture.title);
+    record.preview = nonNull(capture.preview);
+    record.typeRawValue = enumName(capture.type);
+    record.sourceAppName = nonNull(capture.sourceAppName);
+    record.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
+    record.isPinned = pinned;
+    record.textContent = capture.textContent;
+    record.fileURLStrings = capture.fileURLStrings;
+    record.imageBookmark = capture.imageBookmark;
+    if (known)
+        emit entryChanged(record.toEntry());
+    else
+        emit entryInserted(record.toEntry());
+    if (!trimmed.isEmpty())
+        emit entriesRemoved(trimmed);
     return true;
 }
 
@@ -450,6 +460,8 @@ bool ClipboardStore::togglePin(const QUuid &id, QString *error)
         return false;
     if (query.numRowsAffected() == 0)
         return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    if (const std::optional<ClipboardRecord> changed = record(id, error))
+        emit entryChanged(changed->toEntry());
     return true;
 }
 
@@ -463,14 +475,24 @@ bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
         return false;
     if (query.numRowsAffected() == 0)
         return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    emit entriesRemoved({id});
     return true;
 }
 
 bool ClipboardStore::clear(bool includingPinned, QString *error)
 {
     assertMainThread();
-    return deleteWhere(includingPinned ? QString() : QStringLiteral("isPinned = 0"), {},
-                       "Could not clear the clipboard history", error);
+    const char *what = "Could not clear the clipboard history";
+    Transaction transaction(m_database);
+    QList<QUuid> removed;
+    if (!transaction.begin(what, error) ||
+        !deleteWhere(includingPinned ? QStringLiteral("1") : QStringLiteral("isPinned = 0"), {}, what,
+                     &removed, error) ||
+        !transaction.commit(what, error))
+        return false;
+    if (!removed.isEmpty())
+        emit entriesRemoved(removed);
+    return true;
 }
 
 bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingPinned, QString *error)
@@ -482,20 +504,66 @@ bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingP
     QString condition = QStringLiteral("timestamp >= ?");
     if (!includingPinned)
         condition += QStringLiteral(" AND isPinned = 0");
-    return deleteWhere(condition, {cutoff.toMSecsSinceEpoch()}, what, error);
+    Transaction transaction(m_database);
+    QList<QUuid> removed;
+    if (!transaction.begin(what, error) ||
+        !deleteWhere(condition, {cutoff.toMSecsSinceEpoch()}, what, &removed, error) ||
+        !transaction.commit(what, error))
+        return false;
+    if (!removed.isEmpty())
+        emit entriesRemoved(removed);
+    return true;
 }
 
 bool ClipboardStore::deleteWhere(const QString &condition, const QVariantList &values, const char *what,
-                                 QString *error)
+                                 QList<QUuid> *removed, QString *error)
 {
-    // A single statement is its own transaction.
+    QSqlQuery select(m_database);
+    select.setForwardOnly(true);
+    select.prepare(QStringLiteral("SELECT id FROM ClipboardRecord WHERE ") + condition);
+    for (const QVariant &value : values)
+        select.addBindValue(value);
+    if (!exec(select, what, error))
+        return false;
+    QList<QUuid> ids;
+    while (select.next())
+        ids.append(QUuid::fromString(select.value(0).toString()));
+    select.finish();
+
     QSqlQuery query(m_database);
-    query.prepare(condition.isEmpty() ? QStringLiteral("DELETE FROM ClipboardRecord")
-                                      : QStringLiteral("DELETE FROM ClipboardRecord WHERE ") + condition);
+    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE ") + condition);
     for (const QVariant &value : values)
         query.addBindValue(value);
     if (!exec(query, what, error))
         return false;
-    qCDebug(lcStore) << "Deleted" << query.numRowsAffected() << "clipboard records";
+    if (!ids.isEmpty())
+        qCDebug(lcStore) << "Deleted" << ids.size() << "clipboard records";
+    *removed = ids;
     return true;
+}
+
+std::optional<QByteArray> ClipboardStore::imageDataFromAnyThread(const QUuid &id) const
+{
+    if (!m_persistent)
+        return std::nullopt;
+    // Connections cannot cross threads: one read-only connection per thread and store file.
+    const QString connectionName = QStringLiteral("halcy.store.image.%1.%2")
+                                       .arg(quintptr(QThread::currentThreadId()), 0, 16)
+                                       .arg(qHash(m_path), 0, 16);
+    QSqlDatabase database = QSqlDatabase::database(connectionName, false);
+    if (!database.isValid()) {
+        database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
+        database.setDatabaseName(m_path);
+        database.setConnectOptions(QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=2000"));
+    }
+    if (!database.isOpen() && !database.open()) {
+        qCWarning(lcStore) << "Image read unavailable:" << database.lastError().text();
+        return std::nullopt;
+    }
+    QSqlQuery query(database);
+    query.prepare(QStringLiteral("SELECT imageData FROM ClipboardRecord WHERE id = ?"));
+    query.addBindValue(idText(id));
+    if (!query.exec() || !query.next() || query.isNull(0))
+        return std::nullopt;
+    return query.value(0).toByteArray();
 }

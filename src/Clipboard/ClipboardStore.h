@@ -34,9 +34,11 @@ struct ClipboardRecord
     ClipboardHistoryEntry toEntry() const;
 };
 
-// History persistence on SQLite. Main thread only. Every call reports failure through its return value
-// and, when given, `error`; nothing here throws. Each mutating call is one transaction: a crash loses at
-// most the change in flight.
+// History persistence on SQLite, and the one source of "history changed": every successful change is
+// announced as entries inserted, changed or removed, so nobody needs to read the whole history again.
+// Main thread only, except imageDataFromAnyThread(). Every call reports failure through its return
+// value and, when given, `error`; nothing here throws. Each mutating call is one transaction: a crash
+// loses at most the change in flight.
 class ClipboardStore final : public QObject
 {
     Q_OBJECT
@@ -71,6 +73,9 @@ public:
     std::optional<ClipboardRecord> record(const QUuid &id, QString *error = nullptr) const;
     // Nothing for an unknown id or a record without image bytes.
     std::optional<QByteArray> imageData(const QUuid &id, QString *error = nullptr) const;
+    // The same from any thread (image loaders), over a read-only connection of that thread's own.
+    // Nothing for an in-memory store, whose one connection belongs to the main thread.
+    std::optional<QByteArray> imageDataFromAnyThread(const QUuid &id) const;
     // An unknown id is a failure.
     bool togglePin(const QUuid &id, QString *error = nullptr);
     // An unknown id is a failure.
@@ -79,13 +84,22 @@ public:
     // Deletes records whose timestamp is at or after `cutoff`.
     bool deleteEntriesSince(const QDateTime &cutoff, bool includingPinned, QString *error = nullptr);
 
+signals:
+    // A record that was not there before.
+    void entryInserted(const ClipboardHistoryEntry &entry);
+    // A record whose fields changed: pinned or unpinned, or copied again (newer timestamp).
+    void entryChanged(const ClipboardHistoryEntry &entry);
+    // Deleted, cleared or trimmed beyond the limit.
+    void entriesRemoved(const QList<QUuid> &ids);
+
 private:
     ClipboardStore(QString connectionName, QString path, int historyLimit);
 
     bool connect(QString *error);
     bool prepareSchema(QString *error);
-    bool trim(QString *error);
-    bool deleteWhere(const QString &condition, const QVariantList &values, const char *what, QString *error);
+    // Deletes and returns the ids; the caller announces them once its transaction commits.
+    bool deleteWhere(const QString &condition, const QVariantList &values, const char *what,
+                     QList<QUuid> *removed, QString *error);
 
     QString m_connectionName;
     QString m_path;

@@ -37,7 +37,7 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
 }
 
 AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QObject *parent)
-    : AppCommanding(parent), m_platform(std::move(platform)), m_historyPath(locations.historyPath)
+    : AppCommanding(parent), m_platform(std::move(platform))
 {
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
@@ -48,6 +48,13 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
     connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
+        // The store announces every change; the state applies each as it comes.
+        connect(m_clipboardStore.get(), &ClipboardStore::entryInserted, m_appState.get(),
+                &AppState::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entryChanged, m_appState.get(),
+                &AppState::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entriesRemoved, m_appState.get(),
+                &AppState::removeEntries);
         // Seeded with the current change count: what is on the clipboard at launch is not new.
         m_clipboardMonitor = std::make_unique<ClipboardMonitor>(
             m_platform.pasteboard.get(), m_clipboardStore.get(), m_platform.frontmostApplication.get(),
@@ -82,9 +89,8 @@ void AppCoordinator::start()
     assertGuiThread();
     if (m_statusItemController)
         return;
-    const QString databasePath =
-        m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
-    m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
+    m_statusItemController =
+        std::make_unique<StatusItemController>(m_appState.get(), this, m_clipboardStore.get());
     m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
@@ -100,11 +106,6 @@ void AppCoordinator::shutdown()
     // Releases the key grabs, so the combinations are free for other programs at once.
     m_hotkeyManager.reset();
     m_statusItemController.reset();
-}
-
-void AppCoordinator::reloadEntries()
-{
-    m_appState->applyEntries(m_clipboardStore ? m_clipboardStore->entries() : ClipboardHistoryEntries());
 }
 
 void AppCoordinator::runShortcut(const QString &actionID)
@@ -190,7 +191,7 @@ void AppCoordinator::togglePin(const QUuid &entryID)
         qCWarning(lcStore) << "Pin failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Pin could not be updated."));
     }
-    reloadEntries();
+    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::deleteEntry(const QUuid &entryID)
@@ -203,7 +204,7 @@ void AppCoordinator::deleteEntry(const QUuid &entryID)
         qCWarning(lcStore) << "Delete failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Item could not be deleted."));
     }
-    reloadEntries();
+    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::clearHistory()
@@ -215,7 +216,7 @@ void AppCoordinator::clearHistory()
     const bool cleared = m_clipboardStore->clear(false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear failed:" << error;
-    reloadEntries();
+    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("History cleared. Pinned items kept.")
                                                   : QStringLiteral("History could not be cleared."));
 }
@@ -233,7 +234,7 @@ void AppCoordinator::clearRecentHistory()
     const bool cleared = m_clipboardStore->deleteEntriesSince(cutoff, false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear recent failed:" << error;
-    reloadEntries();
+    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("Recent history cleared.")
                                                   : QStringLiteral("Recent history could not be cleared."));
 }
@@ -258,11 +259,6 @@ void AppCoordinator::checkForUpdates() {}
 bool AppCoordinator::isCaptureEnabled() const
 {
     return m_appState->clipboardEnabled() && !m_appState->clipboardPaused();
-}
-
-void AppCoordinator::publishEntries(const ClipboardHistoryEntries &entries)
-{
-    m_appState->setClipboardEntries(entries);
 }
 
 void AppCoordinator::reportStatus(const QString &message)

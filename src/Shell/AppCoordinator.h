@@ -85,16 +85,13 @@ public:
 private:
     void runShortcut(const QString &actionID);
     void openClipboardStore(const QString &historyPath);
-    void reloadEntries();
     bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);
 
     // ClipboardMonitorDelegate
     bool isCaptureEnabled() const override;
-    void publishEntries(const ClipboardHistoryEntries &entries) override;
     void reportStatus(const QString &message) override;
 
     Platform m_platform;
-    QString m_historyPath;
     std::unique_ptr<Preferences> m_preferences;
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;

@@ -15,10 +15,10 @@
 #include <QTimer>
 
 StatusItemController::StatusItemController(AppState *appState, AppCommanding *commander,
-                                           const QString &databasePath, QObject *parent)
+                                           const ClipboardStore *store, QObject *parent)
     : QObject(parent), m_appState(appState), m_commander(commander), m_menu(std::make_unique<QMenu>()),
       m_trayIcon(std::make_unique<QSystemTrayIcon>()),
-      m_popover(std::make_unique<HubPopover>(appState, commander, databasePath))
+      m_popover(std::make_unique<HubPopover>(appState, commander, store))
 {
     m_menu->setObjectName(QStringLiteral("statusItemMenu"));
     connect(m_menu.get(), &QMenu::aboutToShow, this, &StatusItemController::rebuildMenu);

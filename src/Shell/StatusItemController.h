@@ -8,6 +8,7 @@
 
 class AppCommanding;
 class AppState;
+class ClipboardStore;
 class HubPopover;
 class QMenu;
 class QSystemTrayIcon;
@@ -18,8 +19,8 @@ class StatusItemController final : public QObject
 {
     Q_OBJECT
 public:
-    // `databasePath` lets the hub show image thumbnails; empty when history is in memory only.
-    StatusItemController(AppState *appState, AppCommanding *commander, const QString &databasePath,
+    // `store` lets the hub show image thumbnails; null without a history.
+    StatusItemController(AppState *appState, AppCommanding *commander, const ClipboardStore *store,
                          QObject *parent = nullptr);
     ~StatusItemController() override;
 

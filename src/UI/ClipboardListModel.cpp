@@ -3,11 +3,14 @@
 #include "App/AppState.h"
 #include "Clipboard/ClipboardListSection.h"
 
+#include <QSet>
+
 ClipboardListModel::ClipboardListModel(AppState *appState, QObject *parent)
     : QAbstractListModel(parent), m_appState(appState)
 {
     connect(appState, &AppState::visibleClipboardEntriesChanged, this, &ClipboardListModel::rebuild);
     connect(appState, &AppState::selectedClipboardEntryIDChanged, this, &ClipboardListModel::updateSelection);
+    m_selectedID = appState->selectedClipboardEntryID();
     rebuild();
 }
 
@@ -132,29 +135,77 @@ void ClipboardListModel::rebuild()
 {
     if (!m_appState)
         return;
-    const int oldCount = int(m_entries.size());
-    beginResetModel();
-    m_entries = m_appState->visibleClipboardEntries();
-    m_quickNumbers = quickNumbers(m_entries);
-    m_sectionTitles.clear();
+    ClipboardHistoryEntries entries = m_appState->visibleClipboardEntries();
+    QStringList titles;
     // While searching the list is flat, ranked by score; otherwise rows follow the sections, pinned first.
     if (m_appState->searchQuery().trimmed().isEmpty()) {
         const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
         ClipboardHistoryEntries ordered;
-        ordered.reserve(m_entries.size());
-        for (const ClipboardListSection &section : ClipboardListSection::group(m_entries, now)) {
+        ordered.reserve(entries.size());
+        for (const ClipboardListSection &section : ClipboardListSection::group(entries, now)) {
             for (const ClipboardHistoryEntry &entry : section.entries) {
                 ordered << entry;
-                m_sectionTitles << section.title;
+                titles << section.title;
             }
         }
-        m_entries = ordered;
+        entries = ordered;
     }
-    m_selectedID = m_appState->selectedClipboardEntryID();
-    endResetModel();
+    const int oldCount = int(m_entries.size());
+    const int oldSelectedRow = selectedRow();
+    applyRows(entries, titles);
     if (oldCount != m_entries.size())
         emit countChanged();
-    emit selectedRowChanged();
+    if (oldSelectedRow != selectedRow())
+        emit selectedRowChanged();
+}
+
+// Turns the current rows into `entries` by removing, moving and inserting single rows, so that views
+// keep their scroll position and delegates, then announces the rows whose contents differ.
+void ClipboardListModel::applyRows(const ClipboardHistoryEntries &entries, const QStringList &titles)
+{
+    QSet<QUuid> wanted;
+    for (const ClipboardHistoryEntry &entry : entries)
+        wanted.insert(entry.id);
+    for (int row = int(m_entries.size()) - 1; row >= 0; --row) {
+        if (wanted.contains(m_entries.at(row).id))
+            continue;
+        beginRemoveRows({}, row, row);
+        m_entries.removeAt(row);
+        m_sectionTitles.removeAt(row);
+        endRemoveRows();
+    }
+
+    QList<int> changedRows;
+    const QHash<QUuid, int> numbers = quickNumbers(entries);
+    for (int row = 0; row < entries.size(); ++row) {
+        const ClipboardHistoryEntry &entry = entries.at(row);
+        const QString title = titles.value(row);
+        int from = row;
+        while (from < m_entries.size() && m_entries.at(from).id != entry.id)
+            ++from;
+        if (from == m_entries.size()) {
+            beginInsertRows({}, row, row);
+            m_entries.insert(row, entry);
+            m_sectionTitles.insert(row, title);
+            endInsertRows();
+            continue;
+        }
+        if (from != row) {
+            beginMoveRows({}, from, from, {}, row);
+            m_entries.move(from, row);
+            m_sectionTitles.move(from, row);
+            endMoveRows();
+        }
+        if (!(m_entries.at(row) == entry) || m_sectionTitles.at(row) != title ||
+            m_quickNumbers.value(entry.id) != numbers.value(entry.id)) {
+            m_entries[row] = entry;
+            m_sectionTitles[row] = title;
+            changedRows << row;
+        }
+    }
+    m_quickNumbers = numbers;
+    for (const int row : std::as_const(changedRows))
+        emit dataChanged(index(row), index(row));
 }
 
 void ClipboardListModel::updateSelection()

@@ -13,7 +13,8 @@
 class AppState;
 
 // The hub's history list: AppState's visible entries with their day-section titles (none while a
-// search is active), quick numbers and selection, as QML roles.
+// search is active), quick numbers and selection, as QML roles. Every change arrives as inserted,
+// moved, removed or changed rows, never as a reset, so an open hub keeps its place.
 class ClipboardListModel final : public QAbstractListModel
 {
     Q_OBJECT
@@ -65,6 +66,7 @@ signals:
 
 private:
     void rebuild();
+    void applyRows(const ClipboardHistoryEntries &entries, const QStringList &titles);
     void updateSelection();
 
     QPointer<AppState> m_appState;

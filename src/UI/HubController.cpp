@@ -136,8 +136,7 @@ void HubController::selectNewest()
 {
     if (!m_appState)
         return;
-    const ClipboardHistoryEntries &visible = m_appState->visibleClipboardEntries();
-    m_appState->setSelectedClipboardEntryID(visible.isEmpty() ? QUuid() : visible.first().id);
+    m_appState->selectFirstVisible();
 }
 
 void HubController::requestClose()

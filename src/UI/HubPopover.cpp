@@ -23,10 +23,9 @@ constexpr int anchorGap = 4;
 
 } // namespace
 
-HubPopover::HubPopover(AppState *appState, AppCommanding *commander, const QString &databasePath,
+HubPopover::HubPopover(AppState *appState, AppCommanding *commander, const ClipboardStore *store,
                        QObject *parent)
-    : QObject(parent), m_databasePath(databasePath),
-      m_controller(new HubController(appState, commander, this))
+    : QObject(parent), m_store(store), m_controller(new HubController(appState, commander, this))
 {
     connect(m_controller, &HubController::closeRequested, this, &HubPopover::close);
 }
@@ -46,7 +45,7 @@ void HubPopover::ensureView()
     m_view->setMinimumSize(contentSize);
     m_view->setMaximumSize(contentSize);
     m_view->setColor(Qt::transparent);
-    m_view->engine()->addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(m_databasePath));
+    m_view->engine()->addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(m_store));
     m_view->setInitialProperties({{QStringLiteral("hub"), QVariant::fromValue(m_controller)}});
     QmlModule::prepare(m_view->engine());
     m_view->setSource(QmlModule::viewUrl("UI/HubView.qml"));

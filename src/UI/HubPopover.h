@@ -10,6 +10,7 @@
 
 class AppCommanding;
 class AppState;
+class ClipboardStore;
 class HubController;
 class QQuickView;
 class Theme;
@@ -22,8 +23,8 @@ class HubPopover final : public QObject
 public:
     static constexpr QSize contentSize{344, 560};
 
-    // `databasePath` feeds image thumbnails; empty when the history is not on disk.
-    HubPopover(AppState *appState, AppCommanding *commander, const QString &databasePath,
+    // `store` feeds image thumbnails; null without a history.
+    HubPopover(AppState *appState, AppCommanding *commander, const ClipboardStore *store,
                QObject *parent = nullptr);
     ~HubPopover() override;
 
@@ -49,7 +50,7 @@ signals:
 private:
     void ensureView();
 
-    QString m_databasePath;
+    const ClipboardStore *m_store;
     HubController *m_controller;
     std::unique_ptr<QQuickView> m_view;
     QElapsedTimer m_sinceFocusLossClose;

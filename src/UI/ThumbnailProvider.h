@@ -1,16 +1,17 @@
 #pragma once
 
 #include <QQuickImageProvider>
-#include <QString>
+
+class ClipboardStore;
 
 // Small thumbnails of history images for "image://thumbnail/<id>/<bookmark>". Runs on Qt Quick's
-// loader threads with its own read-only database connection, so a large image never stalls the GUI
-// thread and is decoded straight at the requested size.
+// loader threads and reads the bytes through the store's any-thread read, so a large image never
+// stalls the GUI thread and is decoded straight at the requested size. The store outlives the view.
 class ThumbnailProvider final : public QQuickImageProvider
 {
 public:
-    // `databasePath` empty: history is in memory only; no thumbnails are offered.
-    explicit ThumbnailProvider(const QString &databasePath);
+    // Without a store there are no thumbnails.
+    explicit ThumbnailProvider(const ClipboardStore *store);
 
     QImage requestImage(const QString &id, QSize *size, const QSize &requestedSize) override;
 
@@ -18,5 +19,5 @@ public:
     static QImage decodeScaled(const QByteArray &bytes, const QSize &bound);
 
 private:
-    QString m_databasePath;
+    const ClipboardStore *m_store;
 };

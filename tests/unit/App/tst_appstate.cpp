@@ -89,20 +89,20 @@ private slots:
     void removingAnEntryKeepsOrderAndRepairsTheSelection()
     {
         m_state->applyEntries(m_entries, m_entries.at(1).id);
-        m_state->removeEntry(m_entries.at(1).id);
+        m_state->removeEntries({m_entries.at(1).id});
         QCOMPARE(titles(m_state->clipboardEntries()),
                  QStringList({QStringLiteral("alpha release notes"), QStringLiteral("Alpha"),
                               QStringLiteral("gamma")}));
         QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
 
         // Removing an unselected entry leaves the selection alone; an unknown id changes nothing.
-        m_state->removeEntry(m_entries.at(3).id);
+        m_state->removeEntries({m_entries.at(3).id});
         QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
-        m_state->removeEntry(QUuid::createUuid());
+        m_state->removeEntries({QUuid::createUuid()});
         QCOMPARE(m_state->clipboardEntries().size(), 2);
 
-        m_state->removeEntry(m_entries.at(0).id);
-        m_state->removeEntry(m_entries.at(2).id);
+        m_state->removeEntries({m_entries.at(0).id});
+        m_state->removeEntries({m_entries.at(2).id});
         QVERIFY(m_state->selectedClipboardEntryID().isNull());
     }
 

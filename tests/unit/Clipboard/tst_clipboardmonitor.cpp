@@ -64,6 +64,7 @@ void TestClipboardMonitor::init()
     m_store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit, &error);
     QVERIFY2(m_store, qPrintable(error));
     m_delegate = RecordingMonitorDelegate();
+    m_delegate.watch(m_store.get());
 }
 
 void TestClipboardMonitor::cleanup()
@@ -99,7 +100,7 @@ void TestClipboardMonitor::capturesNewCopiesOnlyAndPublishesTheStoredList()
 
     QCOMPARE(m_delegate.published.size(), 2);
     const ClipboardHistoryEntries entries = m_store->entries();
-    QCOMPARE(m_delegate.published.last(), entries);
+    QCOMPARE(m_delegate.published.last(), entries.first());
     QCOMPARE(entries.size(), 2);
     QCOMPARE(entries.at(0).textContent, QStringLiteral("second note"));
     QCOMPARE(entries.at(1).textContent, QStringLiteral("first note"));

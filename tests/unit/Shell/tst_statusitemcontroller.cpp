@@ -34,7 +34,7 @@ private slots:
 
         StateFixture fixture;
         RecordingCommander commander;
-        StatusItemController controller(&fixture.state, &commander, QString());
+        StatusItemController controller(&fixture.state, &commander, nullptr);
         Q_EMIT controller.menu()->aboutToShow();
         QStringList titles;
         for (QAction *action : controller.menu()->actions()) {

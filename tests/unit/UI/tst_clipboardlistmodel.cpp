@@ -7,6 +7,8 @@
 #include <QSignalSpy>
 #include <QTest>
 
+#include <tuple>
+
 // The hub's list as QML sees it: order, sections, quick numbers, selection.
 class tst_ClipboardListModel : public QObject
 {
@@ -50,62 +52,86 @@ private slots:
         QVERIFY(!numbers.contains(entries.at(11).id));
     }
 
-    void rowsFollowSectionsUntilASearchFlattensThem()
+    // Every change to the history reaches the list as row deltas, never a reset, so an open hub keeps
+    // its scroll position and its selection. Rows start as: pinned "note" (Pinned), "alpha", "beta"
+    // (Today), "old" (an older section); "beta" is selected.
+    void changesArriveAsRowDeltas_data()
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        const ClipboardHistoryEntries entries = {
-            makeEntry(QStringLiteral("today text"), now.addSecs(-30)),
-            makeEntry(QStringLiteral("pinned note"), now.addSecs(-60), true),
-            makeEntry(QStringLiteral("old text"), now.addDays(-20)),
-        };
-        m_state->applyEntries(entries);
-        ClipboardListModel model(m_state);
-        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
+        QTest::addColumn<QString>("query");
+        QTest::addColumn<QString>("change");
+        QTest::addColumn<QStringList>("rows");
+        QTest::addColumn<QStringList>("sections");
+        QTest::addColumn<QString>("selected");
 
-        QCOMPARE(model.rowCount(), 3);
-        QCOMPARE(role(model, 0, ClipboardListModel::TitleRole).toString(), QStringLiteral("pinned note"));
-        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Pinned"));
-        QCOMPARE(role(model, 1, ClipboardListModel::SectionRole).toString(), QStringLiteral("Today"));
-        QVERIFY(!role(model, 2, ClipboardListModel::SectionRole).toString().isEmpty());
-        QCOMPARE(role(model, 0, ClipboardListModel::QuickNumberRole).toInt(), 0);
-        QCOMPARE(role(model, 1, ClipboardListModel::QuickNumberRole).toInt(), 1);
-        QCOMPARE(role(model, 2, ClipboardListModel::QuickNumberRole).toInt(), 2);
-        QCOMPARE(role(model, 1, ClipboardListModel::AccessibleNameRole).toString(),
-                 QStringLiteral("Text, from Terminal"));
-
-        QSignalSpy countSpy(&model, &ClipboardListModel::countChanged);
-        m_state->setSearchQuery(QStringLiteral("old"));
-        QCOMPARE(model.rowCount(), 1);
-        QCOMPARE(countSpy.count(), 1);
-        QVERIFY(role(model, 0, ClipboardListModel::SectionRole).toString().isEmpty());
-
-        m_state->setSearchQuery(QStringLiteral("nothing like this"));
-        QCOMPARE(model.rowCount(), 0);
-        m_state->setSearchQuery(QString());
-        QCOMPARE(model.rowCount(), 3);
+        QTest::addRow("a copy arrives: a row above, the selection stays")
+            << QString() << "copy gamma" << QStringList{"note", "gamma", "alpha", "beta", "old"}
+            << QStringList{"Pinned", "Today", "Today", "Today", "*"} << "beta";
+        QTest::addRow("insert while a search is active: only a match joins")
+            << "alpha"
+            << "copy alpha-beta" << QStringList{"alpha", "alpha-beta"} << QStringList{"", ""} << "alpha";
+        QTest::addRow("insert of a non-match while searching changes no row")
+            << "alp"
+            << "copy zeta" << QStringList{"alpha"} << QStringList{""} << "alpha";
+        QTest::addRow("remove the selected row: the newest entry is selected")
+            << QString() << "remove beta" << QStringList{"note", "alpha", "old"}
+            << QStringList{"Pinned", "Today", "*"} << "alpha";
+        QTest::addRow("pin moves a row between sections")
+            << QString() << "pin old" << QStringList{"note", "old", "alpha", "beta"}
+            << QStringList{"Pinned", "Pinned", "Today", "Today"} << "beta";
     }
 
-    void selectionMovesOnlyTheAffectedRows()
+    void changesArriveAsRowDeltas()
     {
-        const QDateTime now = QDateTime::currentDateTime();
-        const ClipboardHistoryEntries entries = {makeEntry(QStringLiteral("a"), now),
-                                                 makeEntry(QStringLiteral("b"), now.addSecs(-1)),
-                                                 makeEntry(QStringLiteral("c"), now.addSecs(-2))};
-        m_state->applyEntries(entries);
-        ClipboardListModel model(m_state);
-        QCOMPARE(model.selectedRow(), 0);
-        QVERIFY(role(model, 0, ClipboardListModel::IsSelectedRole).toBool());
+        QFETCH(QString, query);
+        QFETCH(QString, change);
+        QFETCH(QStringList, rows);
+        QFETCH(QStringList, sections);
+        QFETCH(QString, selected);
 
-        QSignalSpy changed(&model, &QAbstractItemModel::dataChanged);
+        const QDateTime now = QDateTime::currentDateTime();
+        QHash<QString, ClipboardHistoryEntry> byTitle;
+        ClipboardHistoryEntries entries;
+        for (const auto &[title, when, pinned] :
+             {std::tuple{"alpha", now.addSecs(-30), false}, std::tuple{"note", now.addSecs(-60), true},
+              std::tuple{"beta", now.addSecs(-90), false}, std::tuple{"old", now.addDays(-20), false}}) {
+            entries << makeEntry(QLatin1String(title), when, pinned);
+            byTitle.insert(QLatin1String(title), entries.last());
+        }
+        m_state->applyEntries(entries, byTitle.value(QStringLiteral("beta")).id);
+        m_state->setSearchQuery(query);
+        if (!query.isEmpty())
+            m_state->setSelectedClipboardEntryID(byTitle.value(selected).id);
+        ClipboardListModel model(m_state);
+        model.setNow(now);
+        QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
-        m_state->setSelectedClipboardEntryID(entries.at(2).id);
-        QCOMPARE(model.selectedRow(), 2);
-        QCOMPARE(changed.count(), 2);
+
+        const QString subject = change.section(u' ', 1);
+        if (change.startsWith(QLatin1String("copy"))) {
+            m_state->insertEntry(makeEntry(subject, now.addSecs(-1)));
+        } else if (change.startsWith(QLatin1String("remove"))) {
+            m_state->removeEntries({byTitle.value(subject).id});
+        } else {
+            ClipboardHistoryEntry pinned = byTitle.value(subject);
+            pinned.isPinned = true;
+            m_state->insertEntry(pinned);
+        }
+
         QCOMPARE(reset.count(), 0);
-        QVERIFY(!role(model, 0, ClipboardListModel::IsSelectedRole).toBool());
-        QVERIFY(role(model, 2, ClipboardListModel::IsSelectedRole).toBool());
-        QCOMPARE(model.rowForQuickNumber(3), 2);
-        QCOMPARE(model.rowForQuickNumber(4), -1);
+        QStringList actualRows;
+        QStringList actualSections;
+        for (int row = 0; row < model.rowCount(); ++row) {
+            actualRows << role(model, row, ClipboardListModel::TitleRole).toString();
+            const QString section = role(model, row, ClipboardListModel::SectionRole).toString();
+            actualSections << (section.isEmpty() || section == QLatin1String("Pinned") ||
+                                       section == QLatin1String("Today")
+                                   ? section
+                                   : QStringLiteral("*"));
+        }
+        QCOMPARE(actualRows, rows);
+        QCOMPARE(actualSections, sections);
+        QCOMPARE(model.selectedRow(), rows.indexOf(selected));
+        QVERIFY(role(model, model.selectedRow(), ClipboardListModel::IsSelectedRole).toBool());
     }
 
     void colourCodesBecomeSwatches_data()

@@ -84,7 +84,7 @@ private slots:
                      makeEntry(QStringLiteral("second"), secondsAgo(20)),
                      makeEntry(QStringLiteral("third"), secondsAgo(30))};
         m_state->applyEntries(m_entries);
-        m_popover = std::make_unique<HubPopover>(m_state, m_commander.get(), QString());
+        m_popover = std::make_unique<HubPopover>(m_state, m_commander.get(), nullptr);
         m_popover->show(QRect(100, 0, 24, 24));
         QVERIFY(QTest::qWaitForWindowExposed(view()));
         QCOMPARE(view()->status(), QQuickView::Ready);
