@@ -316,3 +316,12 @@ void AppState::resetToDefaults()
     setMirrorShowMicLevel(Defaults::mirrorShowMicLevel);
     setDefaultPasteMode(Defaults::defaultPasteMode);
 }
+
+QString AppState::shortcutText(const QString &shortcutID) const
+{
+    for (const KeyboardShortcutDescriptor &shortcut : m_shortcuts) {
+        if (shortcut.id == shortcutID)
+            return shortcut.displayForm();
+    }
+    return {};
+}

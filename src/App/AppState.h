@@ -77,6 +77,8 @@ public:
     SettingsTab selectedSettingsTab() const { return m_selectedSettingsTab; }
     // The fixed table of global shortcuts.
     const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
+    // How the shortcut with this action id is written on this desktop; empty for an unknown id.
+    Q_INVOKABLE QString shortcutText(const QString &shortcutID) const;
 
     void setClipboardEnabled(bool value);
     void setMirrorEnabled(bool value);

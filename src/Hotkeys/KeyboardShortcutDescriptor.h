@@ -18,7 +18,7 @@ struct KeyboardShortcutDescriptor
     // The three shortcuts, in the order that fixes their numeric hot-key ids (1, 2, 3).
     static QList<KeyboardShortcutDescriptor> defaultTable();
 
-    // The platform's own notation, e.g. "Meta+Shift+V" on Linux (Qt calls the Super key "Meta").
+    // As Linux desktops write shortcuts: "Super+Shift+V", "Ctrl+Super+M".
     QString displayForm() const;
     // Symbols in the fixed order control, option, shift, command, then the key in upper case: "⇧⌘V".
     QString macDisplayForm() const;

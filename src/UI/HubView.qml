@@ -93,7 +93,7 @@ Rectangle {
             QuickActionCard {
                 objectName: "mirrorCard"
                 title: "Mirror"
-                subtitle: "Control-Super-M"
+                subtitle: root.appState.shortcutText("mirror.toggle")
                 iconName: "video"
                 isOn: root.appState.mirrorOpen
                 isEnabled: root.appState.mirrorEnabled
@@ -105,7 +105,7 @@ Rectangle {
             QuickActionCard {
                 objectName: "desktopCard"
                 title: "Hide Desktop"
-                subtitle: "Control-Super-D"
+                subtitle: root.appState.shortcutText("desktop.toggle")
                 iconName: "desktop"
                 isOn: root.appState.desktopHidden
                 isEnabled: root.appState.desktopEnabled
@@ -376,6 +376,9 @@ Rectangle {
                 text: statusTimer.running ? root.appState.clipboardStatusMessage : "Click to copy · Alt paste plain"
                 color: root.theme.tertiaryText
                 font.pixelSize: 11
+                // A message wraps rather than losing its end; the hint fits one line.
+                wrapMode: Text.WordWrap
+                maximumLineCount: 3
                 elide: Text.ElideRight
                 Layout.fillWidth: true
                 Accessible.role: Accessible.StaticText
@@ -391,7 +394,8 @@ Rectangle {
             }
             Timer {
                 id: statusTimer
-                interval: 3000
+                // Time to read it: a short one stays 4 s, longer ones about as long as they take to read.
+                interval: Math.max(4000, root.appState.clipboardStatusMessage.length * 70)
             }
             Connections {
                 target: root.appState
