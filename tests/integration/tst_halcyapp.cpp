@@ -144,22 +144,37 @@ private slots:
         QVERIFY2(output.contains(QLatin1String("not running")), qPrintable(output));
         QCOMPARE(halcy.runClient({QStringLiteral("frobnicate")}, &output), 2);
         QCOMPARE(halcy.runClient({QStringLiteral("--help")}, &output), 0);
+        QVERIFY2(output.startsWith(QLatin1String("Usage: " HALCY_BINARY " ")), qPrintable(output));
         for (const QString &verb : {"show", "toggle-mirror", "toggle-desktop", "settings", "quit"})
             QVERIFY2(output.contains(verb), qPrintable(output));
+        // Qt's own options too, and still no instance started.
+        QCOMPARE(halcy.runClient({QStringLiteral("--help-all")}, &output), 0);
+        QVERIFY2(output.contains(QLatin1String("-platform")), qPrintable(output));
+        QCOMPARE(halcy.runClient({QStringLiteral("quit")}, &output), 1);
     }
 
     void withoutADisplayItSaysSoInOneLine_data()
     {
         QTest::addColumn<QString>("display");
-        QTest::addRow("no DISPLAY") << QString();
-        QTest::addRow("DISPLAY nobody serves") << QStringLiteral(":9876");
+        QTest::addColumn<QString>("wayland");
+        QTest::addColumn<QString>("says");
+        QTest::addRow("no DISPLAY") << QString() << QString() << QStringLiteral("desktop session");
+        QTest::addRow("DISPLAY nobody serves")
+            << QStringLiteral(":9876") << QString() << QStringLiteral("desktop session");
+        QTest::addRow("Wayland without XWayland")
+            << QString() << QStringLiteral("wayland-0") << QStringLiteral("XWayland");
     }
 
     void withoutADisplayItSaysSoInOneLine()
     {
         QFETCH(QString, display);
+        QFETCH(QString, wayland);
+        QFETCH(QString, says);
         HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
-        halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        if (wayland.isEmpty())
+            halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        else
+            halcy.setEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"), wayland);
         if (display.isEmpty())
             halcy.removeEnvironmentValue(QStringLiteral("DISPLAY"));
         else
@@ -169,7 +184,7 @@ private slots:
         QVERIFY(code != 0);
         QVERIFY(code != -1); // no crash, no abort
         QCOMPARE(output.trimmed().count(u'\n'), 0);
-        QVERIFY2(output.contains(QLatin1String("desktop session")), qPrintable(output));
+        QVERIFY2(output.contains(says), qPrintable(output));
     }
 };
 
