@@ -1,6 +1,7 @@
 #include "Clipboard/PasteService.h"
-#include "FakeKeystrokePoster.h"
 #include "DesktopTools.h"
+#include "FakeFrontmostApplication.h"
+#include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 
 #include <QImage>
@@ -58,10 +59,13 @@ private slots:
     void entriesWithoutContentLeaveOnlyTheMarker();
     void failedWriteIsReported();
     void keystrokesGoThroughThePoster();
+    void keystrokeFollowsTheTargetWindow_data();
+    void keystrokeFollowsTheTargetWindow();
 
 private:
     std::unique_ptr<FakePasteboard> m_pasteboard;
     std::unique_ptr<FakeKeystrokePoster> m_poster;
+    std::unique_ptr<FakeFrontmostApplication> m_frontmost;
     std::unique_ptr<PasteService> m_service;
 };
 
@@ -69,7 +73,8 @@ void TestPasteService::init()
 {
     m_pasteboard = std::make_unique<FakePasteboard>();
     m_poster = std::make_unique<FakeKeystrokePoster>();
-    m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get());
+    m_frontmost = std::make_unique<FakeFrontmostApplication>();
+    m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get(), m_frontmost.get());
 }
 
 void TestPasteService::writesText_data()
@@ -189,6 +194,37 @@ void TestPasteService::keystrokesGoThroughThePoster()
     PasteService withoutPoster(m_pasteboard.get(), nullptr);
     QVERIFY(!withoutPoster.canPostKeystrokes());
     QVERIFY(!withoutPoster.postPasteKeystroke());
+}
+
+void TestPasteService::keystrokeFollowsTheTargetWindow_data()
+{
+    QTest::addColumn<std::optional<WindowClass>>("target");
+    QTest::addColumn<PasteKeystroke>("keystroke");
+    QTest::addColumn<bool>("textInSelection");
+
+    using Target = std::optional<WindowClass>;
+    QTest::addRow("no active window") << Target() << PasteKeystroke::controlV << false;
+    QTest::addRow("an editor") << Target(WindowClass{"gedit", "Gedit"}) << PasteKeystroke::controlV << false;
+    QTest::addRow("terminal known by its class")
+        << Target(WindowClass{"lxterminal", "Lxterminal"}) << PasteKeystroke::controlShiftV << false;
+    QTest::addRow("terminal known by its instance only")
+        << Target(WindowClass{"kitty", "Kitty-Quick"}) << PasteKeystroke::controlShiftV << false;
+    QTest::addRow("xterm pastes the selection")
+        << Target(WindowClass{"xterm", "XTerm"}) << PasteKeystroke::shiftInsertFromSelection << true;
+}
+
+void TestPasteService::keystrokeFollowsTheTargetWindow()
+{
+    QFETCH(std::optional<WindowClass>, target);
+    QFETCH(PasteKeystroke, keystroke);
+    QFETCH(bool, textInSelection);
+
+    m_frontmost->setWindowClass(target);
+    QVERIFY(m_service->write(textEntry(QStringLiteral("ls -l\n")), PasteMode::formatted, std::nullopt));
+    QVERIFY(m_service->postPasteKeystroke());
+    QCOMPARE(m_poster->lastKeystroke(), std::optional<PasteKeystroke>(keystroke));
+    QCOMPARE(m_pasteboard->selection().contains({QStringLiteral("text/plain"), QByteArray("ls -l\n")}),
+             textInSelection);
 }
 
 QTEST_GUILESS_MAIN(TestPasteService)
