@@ -70,3 +70,8 @@ void HotkeyManager::handle(quint32 hotKeyID)
     }
     qCDebug(lcHotkeys) << "pressed" << action << (commander ? "" : "- ignored, no commander");
 }
+
+bool HotkeyManager::isAvailable() const
+{
+    return m_registrar && m_registrar->isAvailable();
+}

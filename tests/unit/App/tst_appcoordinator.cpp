@@ -2,11 +2,12 @@
 #include "App/AppState.h"
 #include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
-#include "Hotkeys/HotkeyManager.h"
+#include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
+#include "Hotkeys/HotkeyManager.h"
 #include "TestEnvironment.h"
 
 #include <QBuffer>
@@ -28,6 +29,7 @@ private:
     std::unique_ptr<TestEnvironment> m_env;
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
+    FakeDesktopNotifier *m_notifier = nullptr;
     std::unique_ptr<AppCoordinator> m_coordinator;
 
     AppCoordinator::Locations locations() const
@@ -36,9 +38,10 @@ private:
                 m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite")};
     }
 
-    void makeCoordinator()
+    void makeCoordinator(std::unique_ptr<HotkeyRegistrar> registrar = nullptr)
     {
         AppCoordinator::Platform platform;
+        platform.hotkeyRegistrar = std::move(registrar);
         auto pasteboard = std::make_unique<FakePasteboard>();
         auto keystrokes = std::make_unique<FakeKeystrokePoster>();
         m_pasteboard = pasteboard.get();
@@ -46,6 +49,9 @@ private:
         platform.pasteboard = std::move(pasteboard);
         platform.keystrokePoster = std::move(keystrokes);
         platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
+        auto notifier = std::make_unique<FakeDesktopNotifier>();
+        m_notifier = notifier.get();
+        platform.notifier = std::move(notifier);
         m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
     }
 
@@ -156,10 +162,13 @@ private slots:
         QTest::addColumn<bool>("entryWritable");
         QTest::addColumn<int>("expectedPosts");
         QTest::addColumn<QString>("message");
-        QTest::addRow("pasted") << true << true << 1 << QStringLiteral("Pasted");
+        QTest::addColumn<bool>("notified"); // the hub has closed for the paste: only a notification is seen
+        QTest::addRow("pasted") << true << true << 1 << QStringLiteral("Pasted") << false;
         QTest::addRow("no XTest: copied only")
-            << false << true << 0 << QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
-        QTest::addRow("nothing to write") << true << false << 0 << QStringLiteral("This item cannot be pasted yet.");
+            << false << true << 0
+            << QStringLiteral("Copied. Enable the XTest extension to paste automatically.") << true;
+        QTest::addRow("nothing to write")
+            << true << false << 0 << QStringLiteral("This item cannot be pasted yet.") << true;
     }
 
     void pasteReportsWhatHappened()
@@ -168,6 +177,7 @@ private slots:
         QFETCH(bool, entryWritable);
         QFETCH(int, expectedPosts);
         QFETCH(QString, message);
+        QFETCH(bool, notified);
 
         copyElsewhere(QStringLiteral("hello"));
         ClipboardHistoryEntry entry = state()->clipboardEntries().first();
@@ -179,6 +189,10 @@ private slots:
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
         QCOMPARE(m_keystrokes->posts(), expectedPosts);
         QCOMPARE(state()->clipboardStatusMessage(), message);
+        QCOMPARE(m_notifier->bodies, notified ? QStringList{message} : QStringList{});
+        // Told once, not at every attempt.
+        m_coordinator->pasteEntry(entry, PasteMode::formatted);
+        QCOMPARE(m_notifier->bodies.size(), notified ? 1 : 0);
         if (entryWritable)
             QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("hello"));
     }
@@ -258,6 +272,9 @@ private slots:
         QCOMPARE(state()->clipboardStatusMessage(),
                  QStringLiteral("Clipboard history is running without persistence."));
         QVERIFY(!m_coordinator->clipboardStore()->isPersistent());
+        m_coordinator->start();
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY2(m_notifier->bodies.first().contains(path), qPrintable(m_notifier->bodies.first()));
 
         copyElsewhere(QStringLiteral("kept in memory"));
         QCOMPARE(state()->clipboardEntries().size(), 1);
@@ -266,6 +283,18 @@ private slots:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), garbage);
+    }
+
+    void aShortcutTakenByAnotherProgramIsToldAtStart()
+    {
+        m_coordinator.reset();
+        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
+        registrar->setTaken(Qt::Key_V);
+        makeCoordinator(std::move(registrar));
+        m_coordinator->start();
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY2(m_notifier->bodies.first().startsWith(QLatin1String("Super+Shift+V is already in use")),
+                 qPrintable(m_notifier->bodies.first()));
     }
 
     void disabledToolsIgnoreTheirCommands()
