@@ -125,6 +125,8 @@ private slots:
     void markedCopiesNeverLand_data();
     void markedCopiesNeverLand();
     void copyingAgainMovesTheRecordToTheTop();
+    void clipboardOutlivesItsOwner_data();
+    void clipboardOutlivesItsOwner();
     void historySurvivesQuitAndRestart();
     void unreadableHistoryFileIsLeftAsItIs_data();
     void unreadableHistoryFileIsLeftAsItIs();
@@ -270,6 +272,38 @@ void TestHalcyHistory::copyingAgainMovesTheRecordToTheTop()
     QCOMPARE(recordsWithText(records, first).size(), 1);
     QCOMPARE(records.at(0).text, first);
     QCOMPARE(records.at(1).text, second);
+}
+
+void TestHalcyHistory::clipboardOutlivesItsOwner_data()
+{
+    QTest::addColumn<bool>("ownerQuitsCleanly");
+    QTest::addRow("owner killed: the newest entry is put back") << false;
+    QTest::addRow("owner quits: it hands over its content, every type") << true;
+}
+
+void TestHalcyHistory::clipboardOutlivesItsOwner()
+{
+    QFETCH(bool, ownerQuitsCleanly);
+    const QString text =
+        QStringLiteral("outlives its owner, ") + QString::fromLatin1(QTest::currentDataTag());
+    std::unique_ptr<PeerProcess> owner = copy(
+        {QStringLiteral("--text"), text, QStringLiteral("--type"), QStringLiteral("text/html=<b>rich</b>")});
+    QVERIFY(owner);
+    QTRY_COMPARE_WITH_TIMEOUT(recordsWithText(readHistory(historyFile(*m_halcy)), text).size(), 1, 3000);
+    const qint64 recordedAt = readHistory(historyFile(*m_halcy)).value(0).timestamp;
+
+    if (ownerQuitsCleanly)
+        QVERIFY(owner->finish());
+    else
+        owner->stop(); // SIGTERM: no chance to hand anything over
+
+    QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::optional<QByteArray>(text.toUtf8()), 3000);
+    // Only a handover keeps what the history does not.
+    QCOMPARE(xclipOutput(QStringLiteral("text/html")) == QByteArray("<b>rich</b>"), ownerQuitsCleanly);
+    // Marked as Halcy's own, so not recorded again.
+    spinEventLoop(900);
+    QCOMPARE(recordsWithText(readHistory(historyFile(*m_halcy)), text).size(), 1);
+    QCOMPARE(readHistory(historyFile(*m_halcy)).value(0).timestamp, recordedAt);
 }
 
 void TestHalcyHistory::historySurvivesQuitAndRestart()

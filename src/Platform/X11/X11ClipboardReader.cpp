@@ -95,6 +95,7 @@ private:
     Append appendProperty(xcb_atom_t property, qsizetype limit, QByteArray &data, xcb_atom_t &type,
                           qint64 &seen);
     PasteboardData fetch(const QString &type, qsizetype limit);
+    void readEveryType(PasteboardContent &content);
     Wait waitFor(const std::function<bool(const xcb_generic_event_t *)> &match, EventPtr *event);
     // Deals with a wait that ended without its event and says what it means for the transfer.
     PasteboardData giveUp(Wait reason, xcb_atom_t target);
@@ -461,9 +462,33 @@ PasteboardContent X11ClipboardReader::Session::read(const PasteboardRequest &req
             types.append(type);
     }
 
-    return PasteboardContent::read(
-        request.changeCount, types, request.isExcluded,
-        [this](const QString &type, qsizetype limit) { return fetch(type, limit); });
+    PasteboardContent content =
+        PasteboardContent::read(request.changeCount, types, request.isExcluded,
+                                [this](const QString &type, qsizetype limit) { return fetch(type, limit); });
+    if (request.keepEveryType && content.status == PasteboardContent::Status::received)
+        readEveryType(content);
+    return content;
+}
+
+void X11ClipboardReader::Session::readEveryType(PasteboardContent &content)
+{
+    if (!content.text) {
+        const PasteboardData text = fetch(QStringLiteral("text/plain"), PasteboardLimits::maxTextBytes);
+        if (text.outcome == PasteboardData::Outcome::received)
+            content.text = QString::fromUtf8(text.bytes);
+    }
+    qsizetype budget = PasteboardLimits::maxImageBytes;
+    for (auto offered = m_offered.cbegin(); offered != m_offered.cend() && budget > 0; ++offered) {
+        if (content.text && (isTextTarget(offered.key()) || offered.key() == QLatin1String("text/plain")))
+            continue;
+        const Transfer transfer = convert(offered.value(), budget);
+        if (transfer.data.outcome == PasteboardData::Outcome::cancelled)
+            break;
+        if (transfer.data.outcome != PasteboardData::Outcome::received)
+            continue;
+        budget -= transfer.data.bytes.size();
+        content.everyType.append({offered.key(), transfer.data.bytes});
+    }
 }
 
 PasteboardData X11ClipboardReader::Session::fetch(const QString &type, qsizetype limit)
