@@ -35,6 +35,7 @@ HalcyProcess::~HalcyProcess()
 
 bool HalcyProcess::start(int timeoutMs)
 {
+    m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
     if (!m_process.waitForStarted(timeoutMs))
@@ -72,9 +73,4 @@ bool HalcyProcess::waitForExit(int timeoutMs)
     while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
         QTest::qWait(50);
     return m_process.state() == QProcess::NotRunning;
-}
-
-void HalcyProcess::terminate()
-{
-    m_process.terminate();
 }
