@@ -1,7 +1,7 @@
 #include "Clipboard/PasteService.h"
 
-#include "App/Logging.h"
 #include "Clipboard/PasteboardTypes.h"
+#include "Core/Logging.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
@@ -129,7 +129,7 @@ bool PasteService::postPasteKeystroke()
         // Without the selection, the terminal's other paste key is the better guess.
         keystroke = PasteKeystroke::controlShiftV;
     }
-    qCDebug(lcClipboard) << "pasting with" << rawValue(keystroke) << "into"
+    qCDebug(lcClipboard) << "pasting with" << enumName(keystroke) << "into"
                          << (target ? target->className : QStringLiteral("an unknown window"));
     return m_keystrokePoster->postPasteKeystroke(keystroke);
 }

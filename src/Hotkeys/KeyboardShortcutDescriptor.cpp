@@ -26,6 +26,28 @@ QList<KeyboardShortcutDescriptor> KeyboardShortcutDescriptor::defaultTable()
     };
 }
 
+Qt::KeyboardModifiers KeyboardShortcutDescriptor::qtModifiers() const
+{
+    Qt::KeyboardModifiers result;
+    for (const Modifier modifier : modifiers) {
+        switch (modifier) {
+        case Modifier::command:
+            result |= Qt::MetaModifier;
+            break;
+        case Modifier::shift:
+            result |= Qt::ShiftModifier;
+            break;
+        case Modifier::control:
+            result |= Qt::ControlModifier;
+            break;
+        case Modifier::option:
+            result |= Qt::AltModifier;
+            break;
+        }
+    }
+    return result;
+}
+
 QString KeyboardShortcutDescriptor::displayForm() const
 {
     // The order and names Linux desktops print in their own shortcut settings. Qt's native text would

@@ -1,6 +1,6 @@
 #include "Platform/FreedesktopNotifier.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>

@@ -17,7 +17,7 @@ public:
     explicit X11HotkeyRegistrar(QObject *parent = nullptr);
     ~X11HotkeyRegistrar() override;
 
-    bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) override;
+    bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override;
     void ungrabAll() override;
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;
@@ -27,7 +27,7 @@ private:
     {
         quint32 id = 0;
         Qt::Key key = Qt::Key_unknown;
-        QList<Modifier> requested;
+        Qt::KeyboardModifiers requested;
         QList<quint8> keycodes;
         quint16 modifiers = 0; // core modifier mask without the lock bits
         quint16 lockMask = 0;  // Caps Lock and Num Lock bits, ignored when matching a press

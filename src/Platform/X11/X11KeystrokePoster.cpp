@@ -1,7 +1,7 @@
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Connection.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QGuiApplication>
 #include <QList>
@@ -122,7 +122,7 @@ bool X11KeystrokePoster::postPasteKeystroke(PasteKeystroke keystroke)
     xcb_key_symbols_free(symbols);
     for (const xcb_keycode_t code : std::as_const(keys)) {
         if (!inKeycodeRange(connection, code)) {
-            qCWarning(lcPlatform) << "no key codes for" << rawValue(keystroke) << "on this display";
+            qCWarning(lcPlatform) << "no key codes for" << enumName(keystroke) << "on this display";
             return false;
         }
     }

@@ -90,6 +90,7 @@ public:
     void quit() override;
 
 private:
+    void runShortcut(const QString &actionID);
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
