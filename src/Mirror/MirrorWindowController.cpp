@@ -1,7 +1,7 @@
 #include "Mirror/MirrorWindowController.h"
 
-#include "App/Logging.h"
-#include "App/RawValue.h"
+#include "Core/Logging.h"
+#include "Core/EnumNames.h"
 #include "Mirror/MicrophoneLevelMonitor.h"
 #include "Mirror/MirrorCameraEngine.h"
 #include "Mirror/MirrorGeometry.h"
@@ -55,7 +55,7 @@ MirrorWindowController::~MirrorWindowController()
 
 QString MirrorWindowController::shapeName() const
 {
-    return rawValue(m_settings.shape);
+    return enumName(m_settings.shape);
 }
 
 void MirrorWindowController::setSettings(const MirrorSettings &settings)
