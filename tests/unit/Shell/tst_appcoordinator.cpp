@@ -33,9 +33,11 @@ private:
                 m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite")};
     }
 
-    void makeCoordinator()
+    // Without a registrar the coordinator picks the running platform's own.
+    void makeCoordinator(std::unique_ptr<FakeHotkeyRegistrar> registrar = nullptr)
     {
         AppCoordinator::Platform platform;
+        platform.hotkeyRegistrar = std::move(registrar);
         auto pasteboard = std::make_unique<FakePasteboard>();
         auto keystrokes = std::make_unique<FakeKeystrokePoster>();
         m_pasteboard = pasteboard.get();
@@ -79,14 +81,9 @@ private slots:
     void startIsIdempotentAndTheHubShortcutTogglesTheHub()
     {
         m_coordinator.reset();
-        AppCoordinator::Platform platform;
         auto registrar = std::make_unique<FakeHotkeyRegistrar>();
         FakeHotkeyRegistrar *hotkeys = registrar.get();
-        platform.pasteboard = std::make_unique<FakePasteboard>();
-        platform.keystrokePoster = std::make_unique<FakeKeystrokePoster>();
-        platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
-        platform.hotkeyRegistrar = std::move(registrar);
-        m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+        makeCoordinator(std::move(registrar));
         QCOMPARE(hotkeys->grabCalls(), 0);
 
         m_coordinator->start();
