@@ -24,6 +24,8 @@ public:
     // Clipboard history switched on and not paused.
     virtual bool isCaptureEnabled() const = 0;
     virtual void reportStatus(const QString &message) = 0;
+    // Nobody owns the clipboard any more: the program that copied has gone and took its copy along.
+    virtual void clipboardEmptied() {}
 };
 
 // Watches the clipboard and records every new content in the store (which announces it). It reacts to the
