@@ -6,12 +6,15 @@
 #include "Clipboard/ClipboardHistoryEntry.h"
 #include "Clipboard/ClipboardStore.h"
 
+#include <QCoreApplication>
 #include <QDateTime>
+#include <QDeadlineTimer>
 #include <QUuid>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <functional>
 #include <memory>
 #include <numeric>
 #include <vector>
@@ -25,6 +28,18 @@ inline qint64 steadyNanoseconds()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
+}
+
+// Runs the event loop until `done` holds or the time is up.
+inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
+{
+    const QDeadlineTimer deadline(timeoutMs);
+    while (!done()) {
+        if (deadline.hasExpired())
+            return false;
+        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
+    }
+    return true;
 }
 
 // Timings in milliseconds.

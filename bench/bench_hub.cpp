@@ -42,18 +42,6 @@
 
 namespace {
 
-// Runs the event loop until `done` holds or the time is up.
-bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
-{
-    const QDeadlineTimer deadline(timeoutMs);
-    while (!done()) {
-        if (deadline.hasExpired())
-            return false;
-        QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
-    }
-    return true;
-}
-
 void spin(int ms)
 {
     QEventLoop loop;

@@ -21,3 +21,7 @@ std::optional<QByteArray> xclipOutput(const QString &target = QString());
 
 // Runs xdotool to the end; false, with a warning, when it fails.
 bool xdotool(const QStringList &arguments);
+
+// Publishes `image` as the root window's background the way wallpaper setters do (_XROOTPMAP_ID and
+// ESETROOT_PMAP_ID); a null image takes it away again. Pixmaps live as long as this process.
+bool publishRootBackground(const QImage &image);

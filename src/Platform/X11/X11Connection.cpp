@@ -3,6 +3,7 @@
 #include <QGuiApplication>
 
 #include <cstdlib>
+#include <cstring>
 
 namespace X11Connection {
 
@@ -27,6 +28,34 @@ xcb_window_t rootWindow(xcb_connection_t *connection)
             return it.data->root;
     }
     return xcb_setup_roots_iterator(xcb_get_setup(connection)).data->root;
+}
+
+xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
+{
+    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
+        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr);
+    const xcb_atom_t atom = reply ? reply->atom : XCB_ATOM_NONE;
+    std::free(reply);
+    return atom;
+}
+
+std::vector<uint32_t> property32(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property,
+                                 xcb_atom_t type, uint32_t maxItems)
+{
+    std::vector<uint32_t> items;
+    if (property == XCB_ATOM_NONE)
+        return items;
+    // A window that is gone answers with an error instead of a reply.
+    xcb_generic_error_t *error = nullptr;
+    xcb_get_property_reply_t *reply = xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, property, type, 0, maxItems), &error);
+    std::free(error);
+    if (reply && reply->format == 32 && reply->type == type) {
+        const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(reply));
+        items.assign(values, values + xcb_get_property_value_length(reply) / 4);
+    }
+    std::free(reply);
+    return items;
 }
 
 } // namespace X11Connection

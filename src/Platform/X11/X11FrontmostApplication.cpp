@@ -17,15 +17,6 @@
 
 namespace {
 
-xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
-{
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(qstrlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : XCB_ATOM_NONE;
-    std::free(reply);
-    return atom;
-}
-
 // Desktop entry values escape \s, \n, \t, \r and \\.
 QString unescapeValue(const QString &value)
 {
@@ -76,21 +67,13 @@ std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::act
     if (!connection || xcb_connection_has_error(connection))
         return std::nullopt;
     if (m_activeWindowAtom == XCB_ATOM_NONE)
-        m_activeWindowAtom = internAtom(connection, "_NET_ACTIVE_WINDOW");
+        m_activeWindowAtom = X11Connection::internAtom(connection, "_NET_ACTIVE_WINDOW");
     if (m_activeWindowAtom == XCB_ATOM_NONE)
         return std::nullopt;
 
-    xcb_window_t active = XCB_WINDOW_NONE;
-    {
-        xcb_get_property_reply_t *reply =
-            xcb_get_property_reply(connection,
-                                   xcb_get_property(connection, 0, X11Connection::rootWindow(connection), m_activeWindowAtom,
-                                                    XCB_ATOM_WINDOW, 0, 1),
-                                   nullptr);
-        if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
-            active = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));
-        std::free(reply);
-    }
+    const std::vector<uint32_t> activeWindows = X11Connection::property32(
+        connection, X11Connection::rootWindow(connection), m_activeWindowAtom, XCB_ATOM_WINDOW, 1);
+    const xcb_window_t active = activeWindows.empty() ? XCB_WINDOW_NONE : activeWindows.front();
     if (active == XCB_WINDOW_NONE)
         return std::nullopt;
 
