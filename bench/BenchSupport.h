@@ -9,6 +9,8 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDeadlineTimer>
+#include <QEventLoop>
+#include <QTimer>
 #include <QUuid>
 
 #include <algorithm>
@@ -40,6 +42,13 @@ inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     }
     return true;
+}
+
+inline void spin(int ms)
+{
+    QEventLoop loop;
+    QTimer::singleShot(ms, &loop, &QEventLoop::quit);
+    loop.exec();
 }
 
 // Timings in milliseconds.

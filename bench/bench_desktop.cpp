@@ -88,7 +88,7 @@ int main(int argc, char **argv)
         return 1;
     }
     if (app.arguments().value(1) == QLatin1String("--memory")) {
-        const std::optional<DesktopFill> fill = enumFromRawValue<DesktopFill>(app.arguments().value(2));
+        const std::optional<DesktopFill> fill = enumFromName<DesktopFill>(app.arguments().value(2));
         DesktopCoverManager manager;
         waitUntil([] { return false; }, 500);
         const double before = residentMegabytes();
@@ -132,12 +132,12 @@ int main(int argc, char **argv)
             manager.removeCovers();
             figures.add(hideAndWaitForFrames(manager, fill));
         }
-        std::printf("  %-15s %7.1f / %7.1f / %7.1f\n", qPrintable(rawValue(fill)), figures.at(0),
+        std::printf("  %-15s %7.1f / %7.1f / %7.1f\n", qPrintable(enumName(fill)), figures.at(0),
                     figures.median(), figures.worst());
         if (!shots.isEmpty()) {
             QDir().mkpath(shots);
             runTool(QStringLiteral("import"),
-                    {"-window", "root", QDir(shots).filePath("desktop-cover-" + rawValue(fill) + ".png")});
+                    {"-window", "root", QDir(shots).filePath("desktop-cover-" + enumName(fill) + ".png")});
         }
     }
     manager.removeCovers();
@@ -146,8 +146,8 @@ int main(int argc, char **argv)
     std::printf("\n(c) resident memory, MB, without covers → with covers\n");
     for (DesktopFill fill : fills) {
         const std::optional<ToolResult> child =
-            runTool(app.applicationFilePath(), {QStringLiteral("--memory"), rawValue(fill)}, {}, 60000);
-        std::printf("  %-15s %s\n", qPrintable(rawValue(fill)),
+            runTool(app.applicationFilePath(), {QStringLiteral("--memory"), enumName(fill)}, {}, 60000);
+        std::printf("  %-15s %s\n", qPrintable(enumName(fill)),
                     child ? child->output.trimmed().constData() : "did not run");
     }
 

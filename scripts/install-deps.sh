@@ -19,6 +19,7 @@ test_packages=(
     xvfb openbox trayer xdotool xclip x11-utils x11-xserver-utils x11-xkb-utils imagemagick
     pulseaudio pulseaudio-utils gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     sqlite3 procps
+    libgstreamer1.0-dev
 )
 
 packages=("${build_packages[@]}")

@@ -9,5 +9,10 @@ cmake --preset dev >/dev/null
 cmake --build --preset dev
 
 # One run, one summary: unit tests set the offscreen platform themselves; integration tests use the
-# session's X server, window manager, tray host and audio server.
-scripts/desktop-session.sh ctest --test-dir build/dev --output-on-failure --timeout 600
+# session's X server, window manager, tray host and audio server. Then, in the same session, pictures of
+# the hub for people to look at; they decide nothing, so a failure to take them is only reported.
+scripts/desktop-session.sh bash -c '
+    ctest --test-dir build/dev --output-on-failure --timeout 600
+    status=$?
+    build/dev/bench/hub_screenshots build/dev/test-artifacts || echo "hub pictures were not taken" >&2
+    exit $status'

@@ -1,6 +1,8 @@
 #include "Desktop/DesktopCoverManager.h"
 
-#include "App/Logging.h"
+#include "Core/GuiThread.h"
+#include "Core/Logging.h"
+#include "Core/QmlModule.h"
 #include "Desktop/DesktopBackdrop.h"
 #include "Desktop/DesktopCoverImages.h"
 #include "Desktop/DesktopCoverWindow.h"
@@ -8,18 +10,11 @@
 #include "Platform/Wallpaper.h"
 #include "Platform/WindowLayer.h"
 
-#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QQmlEngine>
 #include <QScreen>
-#include <QThread>
 
 namespace {
-
-void assertGuiThread()
-{
-    Q_ASSERT(QThread::currentThread() == QCoreApplication::instance()->thread());
-}
 
 QRect devicePixels(const QScreen *screen)
 {
@@ -113,6 +108,7 @@ void DesktopCoverManager::rebuildCovers()
     if (!m_engine) {
         // One engine for every cover: the view is compiled once, not per screen and rebuild.
         m_engine = std::make_unique<QQmlEngine>();
+        QmlModule::prepare(m_engine.get());
         m_images = new DesktopCoverImages;
         m_engine->addImageProvider(QLatin1String(DesktopCoverImages::providerName), m_images);
     }

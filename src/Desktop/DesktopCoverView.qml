@@ -1,4 +1,5 @@
 import QtQuick
+import Halcy
 
 // What one cover shows. The backdrop (the screen's wallpaper, or its blur) arrives a moment after the
 // window; until then, and when there is none, the material drawing stands in.
@@ -8,7 +9,6 @@ Item {
     required property string fill
     required property color solidColor
     required property color materialColor
-    required property color inkColor
     property string backdrop: ""
 
     readonly property bool showsBackdrop: (fill === "matchWallpaper" || fill === "blur")
@@ -26,7 +26,7 @@ Item {
         Rectangle {
             anchors.fill: parent
             visible: root.fill !== "blur"
-            color: root.inkColor
+            color: Theme.ink
             opacity: 0.08
         }
     }

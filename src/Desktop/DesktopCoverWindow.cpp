@@ -1,6 +1,7 @@
 #include "Desktop/DesktopCoverWindow.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
+#include "Core/QmlModule.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -23,12 +24,11 @@ DesktopCoverWindow::DesktopCoverWindow(QQmlEngine *engine, const DesktopCoverCon
     // Painted before the first frame, so a cover never flashes another colour while it appears.
     setColor(configuration.fill == DesktopFill::solidInk ? configuration.solidColor : material);
     setInitialProperties({
-        {QStringLiteral("fill"), rawValue(configuration.fill)},
+        {QStringLiteral("fill"), enumName(configuration.fill)},
         {QStringLiteral("solidColor"), configuration.solidColor},
         {QStringLiteral("materialColor"), material},
-        {QStringLiteral("inkColor"), brandInkColor()},
     });
-    setSource(QUrl(QStringLiteral("qrc:/Desktop/DesktopCoverView.qml")));
+    setSource(QmlModule::viewUrl("Desktop/DesktopCoverView.qml"));
     if (status() == QQuickView::Error) {
         for (const QQmlError &error : errors())
             qCCritical(lcDesktop) << "Cover view:" << error.toString();

@@ -1,6 +1,6 @@
 #include "Platform/Wallpaper.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11Wallpaper.h"
 
 #include <QDir>

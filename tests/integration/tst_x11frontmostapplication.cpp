@@ -1,3 +1,4 @@
+#include "DesktopTools.h"
 #include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "TestEnvironment.h"
@@ -15,10 +16,7 @@ bool startActive(PeerProcess &peer, const QString &windowClass)
 {
     if (!peer.start({QStringLiteral("--class"), windowClass}))
         return false;
-    const std::optional<ToolResult> result =
-        runTool(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                                            peer.readyLine().section(QLatin1Char(' '), 1, 1)});
-    return result && result->exitCode == 0;
+    return activatePeerWindow(peer);
 }
 
 } // namespace

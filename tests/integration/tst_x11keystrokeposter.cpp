@@ -1,17 +1,17 @@
 #include "Clipboard/PasteService.h"
+#include "DesktopTools.h"
 #include "PeerProcess.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Pasteboard.h"
 #include "X11TestMain.h"
 
-#include <QDeadlineTimer>
 #include <QStandardPaths>
 
 namespace {
 
-bool run(const QString &tool, const QStringList &arguments)
+bool setLayout(const QStringList &arguments)
 {
-    const std::optional<ToolResult> result = runTool(tool, arguments);
+    const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
     return result && result->exitCode == 0;
 }
 
@@ -31,10 +31,9 @@ private slots:
 
     void cleanup()
     {
-        run(QStringLiteral("xdotool"),
-            {QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
-             QStringLiteral("ctrl"), QStringLiteral("alt")});
-        run(QStringLiteral("setxkbmap"), {QStringLiteral("-layout"), QStringLiteral("us")});
+        xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
+                 QStringLiteral("ctrl"), QStringLiteral("alt")});
+        setLayout({QStringLiteral("-layout"), QStringLiteral("us")});
     }
 
     void pastesIntoAnotherApplication_data()
@@ -62,19 +61,13 @@ private slots:
         QFETCH(PasteMode, mode);
         QFETCH(QString, expected);
 
-        if (!layout.isEmpty() && !run(QStringLiteral("setxkbmap"), layout))
+        if (!layout.isEmpty() && !setLayout(layout))
             QSKIP("setxkbmap cannot switch the layout here");
 
         PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
         QVERIFY2(peer.start({}), qPrintable(peer.errorOutput()));
-        QVERIFY(run(QStringLiteral("xdotool"), {QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                                                peer.readyLine().section(QLatin1Char(' '), 1, 1)}));
         // Keys typed before the field has taken the focus go nowhere.
-        QTRY_VERIFY_WITH_TIMEOUT(([&] {
-                                     peer.writeLine(QStringLiteral("focus"));
-                                     return peer.readLine(1000) == QStringLiteral("focus 1");
-                                 }()),
-                                 3000);
+        QVERIFY(activatePeerWindow(peer) && peerHasFocus(peer));
 
         X11Pasteboard pasteboard;
         X11KeystrokePoster poster;
@@ -84,24 +77,16 @@ private slots:
         QVERIFY(service.write(entry, mode, std::nullopt));
 
         if (!heldKeys.isEmpty())
-            QVERIFY(run(QStringLiteral("xdotool"), QStringList{QStringLiteral("keydown")} + heldKeys));
+            QVERIFY(xdotool(QStringList{QStringLiteral("keydown")} + heldKeys));
         QVERIFY(service.canPostKeystrokes());
         QVERIFY(service.postPasteKeystroke());
         if (!heldKeys.isEmpty())
-            QVERIFY(run(QStringLiteral("xdotool"), QStringList{QStringLiteral("keyup")} + heldKeys));
+            QVERIFY(xdotool(QStringList{QStringLiteral("keyup")} + heldKeys));
 
         // The field fetches the text from us, so keep serving while asking.
-        QString text;
-        const QDeadlineTimer deadline(5000);
-        do {
-            peer.writeLine(QStringLiteral("text"));
-            text = peer.readLine(1000).value_or(QString()).mid(5);
-            if (text != expected)
-                spinEventLoop(50);
-        } while (text != expected && !deadline.hasExpired());
-        if (text != expected)
+        if (!QTest::qWaitFor([&] { return peerText(peer) == expected; }, 5000))
             qWarning().noquote() << "text field peer said:" << peer.errorOutput();
-        QCOMPARE(text, expected);
+        QCOMPARE(peerText(peer), expected);
     }
 };
 

@@ -2,42 +2,14 @@
 
 #include "PeerProcess.h"
 
-#include <QBuffer>
-#include <QColor>
 #include <QDebug>
 #include <QGuiApplication>
+#include <QTest>
 
 #include <xcb/xcb.h>
 
 #include <algorithm>
 #include <cstdlib>
-#include <utility>
-
-QByteArray textOfSize(qsizetype size)
-{
-    QByteArray text = "BEGIN ";
-    while (text.size() < size - 4)
-        text += "lorem ipsum dolor sit amet ";
-    text.truncate(size - 4);
-    return text + " END";
-}
-
-QImage sampleImage()
-{
-    QImage image(16, 9, QImage::Format_RGB32);
-    image.fill(QColor(250, 120, 0));
-    image.setPixelColor(4, 4, Qt::blue);
-    return image;
-}
-
-QByteArray pngBytes(const QImage &image)
-{
-    QByteArray bytes;
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::WriteOnly);
-    image.save(&buffer, "PNG");
-    return bytes;
-}
 
 std::optional<QByteArray> xclipOutput(const QString &target)
 {
@@ -56,6 +28,33 @@ bool xdotool(const QStringList &arguments)
     if (!result || result->exitCode != 0)
         qWarning() << "xdotool" << arguments << (result ? result->exitCode : -1);
     return result && result->exitCode == 0;
+}
+
+bool pressKeys(const QString &combination)
+{
+    return xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), combination});
+}
+
+bool activatePeerWindow(PeerProcess &peer)
+{
+    return xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+                    peer.readyLine().section(QLatin1Char(' '), 1, 1)});
+}
+
+bool peerHasFocus(PeerProcess &peer)
+{
+    return QTest::qWaitFor(
+        [&] {
+            peer.writeLine(QStringLiteral("focus"));
+            return peer.readLine(1000) == QStringLiteral("focus 1");
+        },
+        3000);
+}
+
+QString peerText(PeerProcess &peer)
+{
+    peer.writeLine(QStringLiteral("text"));
+    return peer.readLine(1000).value_or(QString()).mid(5);
 }
 
 bool publishRootBackground(const QImage &image)

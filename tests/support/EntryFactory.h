@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Clipboard/ClipboardCapture.h"
 #include "Clipboard/ClipboardHistoryEntry.h"
 
 #include <QDateTime>
@@ -24,4 +25,13 @@ inline ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &wh
 inline QDateTime secondsAgo(int seconds)
 {
     return QDateTime::currentDateTime().addSecs(-seconds);
+}
+
+// A copy of `text` as the monitor would make it, copied at `when`.
+inline ClipboardCapture textCapture(const QString &text, const QDateTime &when = QDateTime::currentDateTime(),
+                                    const QString &source = QStringLiteral("Terminal"))
+{
+    ClipboardCapture capture = ClipboardCapture::fromString(text, source).value_or(ClipboardCapture());
+    capture.timestamp = when;
+    return capture;
 }

@@ -18,9 +18,8 @@ HalcyProcess::HalcyProcess(const QString &binary)
     m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
     m_environment.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("halcy.*.info=true"));
     m_process.setProcessChannelMode(QProcess::MergedChannels);
-    QObject::connect(&m_process, &QProcess::readyRead, [this] {
-        m_log += QString::fromLocal8Bit(m_process.readAll());
-    });
+    QObject::connect(&m_process, &QProcess::readyRead,
+                     [this] { m_log += QString::fromLocal8Bit(m_process.readAll()); });
 }
 
 HalcyProcess::~HalcyProcess()
@@ -35,6 +34,7 @@ HalcyProcess::~HalcyProcess()
 
 bool HalcyProcess::start(int timeoutMs)
 {
+    m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
     if (!m_process.waitForStarted(timeoutMs))
@@ -72,9 +72,4 @@ bool HalcyProcess::waitForExit(int timeoutMs)
     while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
         QTest::qWait(50);
     return m_process.state() == QProcess::NotRunning;
-}
-
-void HalcyProcess::terminate()
-{
-    m_process.terminate();
 }

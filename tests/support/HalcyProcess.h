@@ -16,18 +16,16 @@ public:
     explicit HalcyProcess(const QString &binary);
     ~HalcyProcess();
 
-    QProcessEnvironment environment() const { return m_environment; }
     void setEnvironmentValue(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void removeEnvironmentValue(const QString &name) { m_environment.remove(name); }
     QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
     QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
 
-    // Starts the app and waits until it reports that it is up.
+    // Starts the app (again, after it ended: the log starts over) and waits until it reports that it is up.
     bool start(int timeoutMs = 15000);
     // Runs `halcy ARGS` as a second launch against the same directories; returns its exit code.
     int runClient(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000) const;
     bool waitForExit(int timeoutMs = 10000);
-    void terminate();
 
     QProcess &process() { return m_process; }
     qint64 pid() const { return m_process.processId(); }

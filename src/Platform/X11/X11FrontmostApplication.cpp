@@ -1,7 +1,7 @@
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Connection.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QDirIterator>
 #include <QFile>

@@ -1,6 +1,6 @@
 #include "Platform/X11/X11WindowLayer.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11Connection.h"
 #include "Platform/X11/X11RootEvents.h"
 

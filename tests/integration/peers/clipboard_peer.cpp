@@ -6,19 +6,17 @@
 // Prints "ready" once it owns the clipboard. With --stdin, every further line read is copied as plain
 // text and answered with "copied <steady clock ns>", taken right after the clipboard was set; the line
 // "!burst COUNT INTERVAL_MS PREFIX" copies PREFIX0, PREFIX1, … at that interval and then says "burst done".
-#include <QByteArray>
+#include "PeerLines.h"
+
 #include <QClipboard>
 #include <QFile>
 #include <QGuiApplication>
 #include <QMimeData>
-#include <QSocketNotifier>
 #include <QStringList>
 #include <QTimer>
 
 #include <chrono>
-#include <cstdio>
 #include <memory>
-#include <unistd.h>
 
 namespace {
 
@@ -27,13 +25,6 @@ qint64 steadyNanoseconds()
     return std::chrono::duration_cast<std::chrono::nanoseconds>(
                std::chrono::steady_clock::now().time_since_epoch())
         .count();
-}
-
-void say(const QByteArray &line)
-{
-    std::fwrite(line.constData(), 1, static_cast<size_t>(line.size()), stdout);
-    std::fputc('\n', stdout);
-    std::fflush(stdout);
 }
 
 [[noreturn]] void usage(const char *problem)
@@ -95,50 +86,35 @@ int main(int argc, char **argv)
     }
     say("ready");
 
-    QSocketNotifier input(STDIN_FILENO, QSocketNotifier::Read);
-    QByteArray pending;
-    QObject::connect(&input, &QSocketNotifier::activated, &app, [&] {
-        char buffer[4096];
-        const ssize_t n = ::read(STDIN_FILENO, buffer, sizeof buffer);
-        if (n <= 0) {
-            input.setEnabled(false);
-            QGuiApplication::quit();
-            return;
-        }
+    StdinLines input([&](const QByteArray &line) {
         if (!readStdin)
             return;
-        pending.append(buffer, n);
-        qsizetype newline;
-        while ((newline = pending.indexOf('\n')) >= 0) {
-            const QByteArray line = pending.left(newline);
-            pending.remove(0, newline + 1);
-            if (line.startsWith("!burst ")) {
-                const QList<QByteArray> parts = line.split(' ');
-                if (parts.size() != 4)
-                    usage("expected !burst COUNT INTERVAL_MS PREFIX");
-                const int count = parts.at(1).toInt();
-                const QString prefix = QString::fromUtf8(parts.at(3));
-                auto timer = new QTimer(&app);
-                timer->setTimerType(Qt::PreciseTimer);
-                timer->setInterval(parts.at(2).toInt());
-                auto next = std::make_shared<int>(0);
-                QObject::connect(timer, &QTimer::timeout, &app, [=] {
-                    auto text = new QMimeData;
-                    text->setText(prefix + QString::number(*next));
-                    clipboard->setMimeData(text, QClipboard::Clipboard);
-                    if (++*next == count) {
-                        timer->deleteLater();
-                        say("burst done");
-                    }
-                });
-                timer->start();
-                continue;
-            }
-            auto text = new QMimeData;
-            text->setText(QString::fromUtf8(line));
-            clipboard->setMimeData(text, QClipboard::Clipboard);
-            say("copied " + QByteArray::number(steadyNanoseconds()));
+        if (line.startsWith("!burst ")) {
+            const QList<QByteArray> parts = line.split(' ');
+            if (parts.size() != 4)
+                usage("expected !burst COUNT INTERVAL_MS PREFIX");
+            const int count = parts.at(1).toInt();
+            const QString prefix = QString::fromUtf8(parts.at(3));
+            auto timer = new QTimer(&app);
+            timer->setTimerType(Qt::PreciseTimer);
+            timer->setInterval(parts.at(2).toInt());
+            auto next = std::make_shared<int>(0);
+            QObject::connect(timer, &QTimer::timeout, &app, [=] {
+                auto text = new QMimeData;
+                text->setText(prefix + QString::number(*next));
+                clipboard->setMimeData(text, QClipboard::Clipboard);
+                if (++*next == count) {
+                    timer->deleteLater();
+                    say("burst done");
+                }
+            });
+            timer->start();
+            return;
         }
+        auto text = new QMimeData;
+        text->setText(QString::fromUtf8(line));
+        clipboard->setMimeData(text, QClipboard::Clipboard);
+        say("copied " + QByteArray::number(steadyNanoseconds()));
     });
     return app.exec();
 }

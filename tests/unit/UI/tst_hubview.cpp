@@ -51,6 +51,21 @@ private:
             QTest::keyClick(view(), ch.toLatin1());
     }
 
+    // A visible item of an open menu (menus live in the window's overlay).
+    QQuickItem *menuItem(const QString &text, QQuickItem *from = nullptr) const
+    {
+        from = from ? from : view()->contentItem();
+        if (from->inherits("QQuickMenuItem") && from->property("text").toString() == text &&
+            from->isVisible() && from->opacity() > 0.99)
+            return from;
+        const auto children = from->childItems();
+        for (QQuickItem *child : children) {
+            if (QQuickItem *found = menuItem(text, child))
+                return found;
+        }
+        return nullptr;
+    }
+
     void click(QQuickItem *target, Qt::KeyboardModifiers modifiers = Qt::NoModifier,
                Qt::MouseButton button = Qt::LeftButton)
     {
@@ -65,7 +80,8 @@ private slots:
         m_fixture = std::make_unique<StateFixture>();
         m_state = &m_fixture->state;
         m_commander = std::make_unique<RecordingCommander>();
-        m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)), makeEntry(QStringLiteral("second"), secondsAgo(20)),
+        m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)),
+                     makeEntry(QStringLiteral("second"), secondsAgo(20)),
                      makeEntry(QStringLiteral("third"), secondsAgo(30))};
         m_state->applyEntries(m_entries);
         m_popover = std::make_unique<HubPopover>(m_state, m_commander.get(), QString());
@@ -97,6 +113,9 @@ private slots:
         type(QStringLiteral("zzzz"));
         QTRY_VERIFY(isShowing("noMatchesState"));
         QVERIFY(!isShowing("historyList"));
+        QCOMPARE(item("noMatchesState")->property("title").toString(), QStringLiteral("No matches"));
+        QCOMPARE(item("noMatchesState")->property("description").toString(),
+                 QStringLiteral("Try another search."));
 
         m_state->setSearchQuery(QString());
         QTRY_VERIFY(isShowing("historyList"));
@@ -159,6 +178,44 @@ private slots:
         QCOMPARE(m_commander->lastMode, PasteMode::plainText);
     }
 
+    void rowMenuRunsItsCommandOnThatRow_data()
+    {
+        QTest::addColumn<QString>("text");
+        QTest::addColumn<bool>("pinned");
+        QTest::addColumn<QString>("call");
+        QTest::addColumn<PasteMode>("mode");
+
+        QTest::addRow("Copy") << "Copy" << false << "copyEntry" << PasteMode::formatted;
+        QTest::addRow("Paste") << "Paste" << false << "pasteEntry" << PasteMode::formatted;
+        QTest::addRow("Paste as plain text")
+            << "Paste as plain text" << false << "pasteEntry" << PasteMode::plainText;
+        QTest::addRow("Pin") << "Pin" << false << "togglePin" << PasteMode::formatted;
+        QTest::addRow("a pinned row offers Unpin") << "Unpin" << true << "togglePin" << PasteMode::formatted;
+        QTest::addRow("Delete") << "Delete" << false << "deleteEntry" << PasteMode::formatted;
+    }
+
+    void rowMenuRunsItsCommandOnThatRow()
+    {
+        QFETCH(QString, text);
+        QFETCH(bool, pinned);
+        QFETCH(QString, call);
+        QFETCH(PasteMode, mode);
+
+        // The second entry; pinned, it moves to the top.
+        m_entries[1].isPinned = pinned;
+        m_state->applyEntries(m_entries);
+        QTRY_VERIFY(rowAt(pinned ? 0 : 1));
+        click(rowAt(pinned ? 0 : 1), Qt::NoModifier, Qt::RightButton);
+        QTRY_VERIFY(menuItem(text));
+        click(menuItem(text));
+        QCOMPARE(m_commander->calls, QStringList{call});
+        QCOMPARE(call == QLatin1String("copyEntry") || call == QLatin1String("pasteEntry")
+                     ? m_commander->lastEntry.id
+                     : m_commander->lastID,
+                 m_entries.at(1).id);
+        QCOMPARE(m_commander->lastMode, mode);
+    }
+
     void disabledCardIsDimmedAndIgnoresClicks()
     {
         QQuickItem *mirror = item("mirrorCard");
@@ -173,12 +230,6 @@ private slots:
 
         click(item("desktopCard"));
         QCOMPARE(m_commander->count(QStringLiteral("toggleDesktopCover")), 1);
-    }
-
-    void quickNumbersShownOnRows()
-    {
-        QCOMPARE(rowAt(0)->property("quickNumber").toInt(), 1);
-        QCOMPARE(rowAt(2)->property("quickNumber").toInt(), 3);
     }
 };
 

@@ -1,0 +1,248 @@
+#include "HalcyProcess.h"
+#include "PeerProcess.h"
+
+#include <QRegularExpression>
+#include <QSqlDatabase>
+#include <QSqlQuery>
+#include <QStandardPaths>
+#include <QTest>
+#include <QUrl>
+
+#include <csignal>
+#include <memory>
+
+namespace {
+
+QString toolOutput(const QString &program, const QStringList &arguments)
+{
+    return QString::fromLocal8Bit(runTool(program, arguments).value_or(ToolResult()).output);
+}
+
+// Where the tray host shows halcy's icon: a window of halcy's reparented into the tray host's tree.
+QRect trayIconGeometry()
+{
+    const QString tree =
+        toolOutput(QStringLiteral("xwininfo"), {QStringLiteral("-root"), QStringLiteral("-tree")});
+    // e.g.:   0x1a00007 "halcy": ("halcy" "halcy")  22x22+0+0  +1850+1
+    static const QRegularExpression line(
+        QStringLiteral("0x[0-9a-f]+ [^\\n]*\\(\"halcy\" \"[^\"]*\"\\)\\s+(\\d+)x(\\d+)\\+-?\\d+\\+-?\\d+\\s+"
+                       "\\+(-?\\d+)\\+(-?\\d+)"));
+    for (auto it = line.globalMatch(tree); it.hasNext();) {
+        const auto match = it.next();
+        const QRect rect(match.captured(3).toInt(), match.captured(4).toInt(), match.captured(1).toInt(),
+                         match.captured(2).toInt());
+        // The tray sits along the top edge; halcy has no other windows there.
+        if (rect.top() < 40 && rect.width() <= 64 && rect.width() >= 8)
+            return rect;
+    }
+    return {};
+}
+
+// The hub is halcy's only 344 × 560 window.
+bool hubIsShown()
+{
+    const QString ids =
+        toolOutput(QStringLiteral("xdotool"), {QStringLiteral("search"), QStringLiteral("--onlyvisible"),
+                                               QStringLiteral("--class"), QStringLiteral("halcy")});
+    for (const QString &id : ids.split(u'\n', Qt::SkipEmptyParts)) {
+        const QString info = toolOutput(QStringLiteral("xwininfo"), {QStringLiteral("-id"), id});
+        if (info.contains(QLatin1String("Width: 344")) && info.contains(QLatin1String("Height: 560")))
+            return true;
+    }
+    return false;
+}
+
+struct StoredRecord
+{
+    QString id;
+    QString text;
+    qint64 timestamp = 0;
+};
+
+// Newest first, opened read-only beside the running app the way a backup tool would.
+QList<StoredRecord> readHistory(const HalcyProcess &halcy)
+{
+    const QString path = halcy.dataHome() + QStringLiteral("/Halcy/history.sqlite");
+    QList<StoredRecord> records;
+    {
+        QSqlDatabase db = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), QStringLiteral("reader"));
+        db.setConnectOptions(
+            QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=2000"));
+        db.setDatabaseName(QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) +
+                           QStringLiteral("?mode=ro"));
+        QSqlQuery query(db);
+        if (QFileInfo::exists(path) && db.open() &&
+            query.exec(QStringLiteral("SELECT id, textContent, timestamp FROM ClipboardRecord "
+                                      "ORDER BY timestamp DESC, rowid DESC"))) {
+            while (query.next()) {
+                records << StoredRecord{query.value(0).toString(), query.value(1).toString(),
+                                        query.value(2).toLongLong()};
+            }
+        }
+    }
+    QSqlDatabase::removeDatabase(QStringLiteral("reader"));
+    return records;
+}
+
+} // namespace
+
+// The real binary in the test session: one instance is kept running across the cases and started again
+// by whichever case finds it gone.
+class TestHalcy final : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void initTestCase()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs the desktop session of scripts/desktop-session.sh");
+        for (const char *tool : {"xdotool", "xwininfo"}) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(qPrintable(
+                    QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
+        }
+        QVERIFY2(!toolOutput(QStringLiteral("xdotool"),
+                             {QStringLiteral("search"), QStringLiteral("--class"), QStringLiteral("trayer")})
+                      .isEmpty(),
+                 "no tray host in this session");
+    }
+
+    void secondLaunchTogglesTheRunningInstancesHub()
+    {
+        HalcyProcess &halcy = running();
+        QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        QVERIFY(!hubIsShown());
+
+        QString output;
+        QCOMPARE(halcy.runClient({}, &output), 0);
+        QVERIFY2(output.contains(QLatin1String("already running")), qPrintable(output));
+        QTRY_VERIFY_WITH_TIMEOUT(hubIsShown(), 5000);
+        QCOMPARE(halcy.runClient({QStringLiteral("show")}), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!hubIsShown(), 5000);
+        QCOMPARE(halcy.process().state(), QProcess::Running);
+    }
+
+    void copiesLandInTheHistoryFileAndSurviveARestart()
+    {
+        const QString text = QStringLiteral("Standup moved to 9:30");
+        // Another program copies; true once the history file has it as its newest record.
+        const auto copy = [&] {
+            const qint64 newestBefore = readHistory(m_halcy).value(0).timestamp;
+            PeerProcess owner(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
+            return owner.start({QStringLiteral("--text"), text}) &&
+                   QTest::qWaitFor(
+                       [&] {
+                           const StoredRecord newest = readHistory(m_halcy).value(0);
+                           return newest.text == text && newest.timestamp > newestBefore;
+                       },
+                       3000);
+        };
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        QVERIFY(copy());
+        const StoredRecord stored = readHistory(m_halcy).value(0);
+        QVERIFY2(quit(), qPrintable(m_halcy.log()));
+
+        // The same directories again: the record is still there and the new instance keeps using it.
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        QVERIFY(!m_halcy.log().contains(QLatin1String("running in-memory")));
+        QVERIFY(copy());
+        const QList<StoredRecord> records = readHistory(m_halcy);
+        QCOMPARE(records.value(0).id, stored.id);
+        QCOMPARE(std::count_if(records.cbegin(), records.cend(),
+                               [&](const StoredRecord &r) { return r.text == text; }),
+                 1);
+    }
+
+    void verbsWithoutARunningInstance()
+    {
+        if (m_halcy.process().state() == QProcess::Running)
+            QVERIFY2(quit(), qPrintable(m_halcy.log()));
+        QString output;
+        QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}, &output), 1);
+        QVERIFY2(output.contains(QLatin1String("not running")), qPrintable(output));
+        QCOMPARE(m_halcy.process().state(), QProcess::NotRunning);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("frobnicate")}, &output), 2);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("--help")}, &output), 0);
+        for (const QString &verb : {"show", "toggle-mirror", "toggle-desktop", "settings", "quit"})
+            QVERIFY2(output.contains(verb), qPrintable(output));
+    }
+
+    void quitFromTheTrayMenuEndsTheProcess()
+    {
+        HalcyProcess &halcy = running();
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        const QPoint centre = trayIconGeometry().center();
+
+        // Right click opens the menu; its last item is "Quit Halcy".
+        runTool(QStringLiteral("xdotool"),
+                {QStringLiteral("mousemove"), QString::number(centre.x()), QString::number(centre.y()),
+                 QStringLiteral("click"), QStringLiteral("3")});
+        QTest::qWait(700);
+        runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Up")});
+        QTest::qWait(200);
+        runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
+
+        QVERIFY2(halcy.waitForExit(10000), qPrintable(halcy.log()));
+        QCOMPARE(halcy.process().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(halcy.process().exitCode(), 0);
+        QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
+        QTRY_VERIFY_WITH_TIMEOUT(!trayIconGeometry().isValid(), 5000);
+    }
+
+    void terminationSignalRunsTheOrderlyShutdown()
+    {
+        HalcyProcess &halcy = running();
+        QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
+        ::kill(pid_t(halcy.pid()), SIGTERM);
+        QVERIFY(halcy.waitForExit());
+        QCOMPARE(halcy.process().exitCode(), 0);
+        QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
+    }
+
+    void withoutADisplayItSaysSoInOneLine_data()
+    {
+        QTest::addColumn<QString>("display");
+        QTest::addRow("no DISPLAY") << QString();
+        QTest::addRow("DISPLAY nobody serves") << QStringLiteral(":9876");
+    }
+
+    void withoutADisplayItSaysSoInOneLine()
+    {
+        QFETCH(QString, display);
+        HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
+        halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        if (display.isEmpty())
+            halcy.removeEnvironmentValue(QStringLiteral("DISPLAY"));
+        else
+            halcy.setEnvironmentValue(QStringLiteral("DISPLAY"), display);
+        QString output;
+        const int code = halcy.runClient({}, &output);
+        QVERIFY(code != 0);
+        QVERIFY(code != -1); // no crash, no abort
+        QCOMPARE(output.trimmed().count(u'\n'), 0);
+        QVERIFY2(output.contains(QLatin1String("desktop session")), qPrintable(output));
+    }
+
+private:
+    HalcyProcess &running()
+    {
+        if (m_halcy.process().state() == QProcess::NotRunning && !m_halcy.start())
+            qWarning().noquote() << "halcy did not start:" << m_halcy.log();
+        return m_halcy;
+    }
+
+    // Quits through the command line, as a session script would; true once it ended cleanly.
+
+    bool quit()
+    {
+        return m_halcy.runClient({QStringLiteral("quit")}) == 0 && m_halcy.waitForExit() &&
+               m_halcy.process().exitStatus() == QProcess::NormalExit && m_halcy.process().exitCode() == 0;
+    }
+
+    HalcyProcess m_halcy{QStringLiteral(HALCY_BINARY)};
+};
+
+QTEST_GUILESS_MAIN(TestHalcy)
+#include "tst_halcy.moc"

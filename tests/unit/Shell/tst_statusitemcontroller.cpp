@@ -1,0 +1,53 @@
+#include "Shell/StatusItemController.h"
+#include "RecordingCommander.h"
+#include "StateFixture.h"
+
+#include <QAction>
+#include <QMenu>
+#include <QTest>
+
+// The tray menu: its items in order, and the command each one runs.
+class tst_StatusItemController : public QObject
+{
+    Q_OBJECT
+
+private slots:
+    void menuItemsRunTheirCommands_data()
+    {
+        QTest::addColumn<QString>("item");
+        QTest::addColumn<QString>("call");
+
+        QTest::addRow("Mirror") << "Mirror"
+                                << "toggleMirror";
+        QTest::addRow("Hide Desktop") << "Hide Desktop"
+                                      << "toggleDesktopCover";
+        QTest::addRow("Settings") << "Settings..."
+                                  << "openSettings";
+        QTest::addRow("Quit") << "Quit Halcy"
+                              << "quit";
+    }
+
+    void menuItemsRunTheirCommands()
+    {
+        QFETCH(QString, item);
+        QFETCH(QString, call);
+
+        StateFixture fixture;
+        RecordingCommander commander;
+        StatusItemController controller(&fixture.state, &commander, QString());
+        Q_EMIT controller.menu()->aboutToShow();
+        QStringList titles;
+        for (QAction *action : controller.menu()->actions()) {
+            titles << (action->isSeparator() ? QStringLiteral("-") : action->text());
+            if (action->text() == item)
+                action->trigger();
+        }
+        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror", "Hide Desktop", "-", "Settings...",
+                                      "Quit Halcy"}));
+        QCOMPARE(commander.calls, call.isEmpty() ? QStringList() : QStringList{call});
+        QCOMPARE(controller.isPopoverShown(), call.isEmpty());
+    }
+};
+
+QTEST_MAIN(tst_StatusItemController)
+#include "tst_statusitemcontroller.moc"
