@@ -1,6 +1,6 @@
 #include "Mirror/MirrorPreviewItem.h"
 
-#include "App/RawValue.h"
+#include "Core/EnumNames.h"
 #include "Mirror/MirrorFrameSource.h"
 #include "Mirror/MirrorGeometry.h"
 
@@ -57,7 +57,7 @@ void MirrorPreviewItem::paint(QPainter *painter)
         return;
 
     const QSizeF area = size();
-    const MirrorShape shape = enumFromRawValue<MirrorShape>(m_shape).value_or(MirrorShape::roundedRectangle);
+    const MirrorShape shape = enumFromName<MirrorShape>(m_shape).value_or(MirrorShape::roundedRectangle);
     painter->setRenderHint(QPainter::Antialiasing);
     painter->setRenderHint(QPainter::SmoothPixmapTransform);
     painter->setClipPath(MirrorGeometry::outline(shape, area));

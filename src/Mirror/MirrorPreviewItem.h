@@ -2,8 +2,9 @@
 
 #include <QPointer>
 #include <QQuickPaintedItem>
+#include <QtQml/qqmlregistration.h>
 
-class MirrorFrameSource;
+#include "Mirror/MirrorFrameSource.h"
 
 // Draws the newest camera frame filling the item (cropped, never stretched), mirrored when asked and
 // clipped to the bubble's shape with smooth edges. It only reads the newest frame when it repaints, so
@@ -11,6 +12,7 @@ class MirrorFrameSource;
 class MirrorPreviewItem : public QQuickPaintedItem
 {
     Q_OBJECT
+    QML_NAMED_ELEMENT(MirrorPreview)
     Q_PROPERTY(MirrorFrameSource *frames READ frames WRITE setFrames NOTIFY framesChanged)
     Q_PROPERTY(bool mirrored READ mirrored WRITE setMirrored NOTIFY mirroredChanged)
     Q_PROPERTY(QString shape READ shape WRITE setShape NOTIFY shapeChanged)

@@ -1,5 +1,5 @@
 import QtQuick
-import Halcy.Mirror
+import Halcy
 
 // The bubble: the live preview in its shape, or the camera's state while it does not run; the snap
 // badge and the microphone meter on top.

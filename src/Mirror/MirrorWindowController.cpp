@@ -1,7 +1,8 @@
 #include "Mirror/MirrorWindowController.h"
 
+#include "Core/EnumNames.h"
 #include "Core/Logging.h"
-#include "App/RawValue.h"
+#include "Core/QmlModule.h"
 #include "Mirror/MicrophoneLevelMonitor.h"
 #include "Mirror/MirrorCameraEngine.h"
 #include "Mirror/MirrorGeometry.h"
@@ -55,7 +56,7 @@ MirrorWindowController::~MirrorWindowController()
 
 QString MirrorWindowController::shapeName() const
 {
-    return rawValue(m_settings.shape);
+    return enumName(m_settings.shape);
 }
 
 void MirrorWindowController::setSettings(const MirrorSettings &settings)
@@ -67,9 +68,6 @@ void MirrorWindowController::setSettings(const MirrorSettings &settings)
 
 void MirrorWindowController::createWindow()
 {
-    static const int registered = qmlRegisterType<MirrorPreviewItem>("Halcy.Mirror", 1, 0, "MirrorPreview");
-    Q_UNUSED(registered);
-
     m_window = std::make_unique<QQuickView>();
     m_window->setObjectName(QStringLiteral("mirrorWindow"));
     m_window->setTitle(QStringLiteral("Halcy Mirror"));
@@ -83,7 +81,8 @@ void MirrorWindowController::createWindow()
         {{QStringLiteral("controller"), QVariant::fromValue(this)},
          {QStringLiteral("camera"), QVariant::fromValue(m_cameraEngine.data())},
          {QStringLiteral("microphone"), QVariant::fromValue(m_microphoneMonitor.data())}});
-    m_window->setSource(QUrl(QStringLiteral("qrc:/Mirror/MirrorSmartWindowView.qml")));
+    QmlModule::prepare(m_window->engine());
+    m_window->setSource(QmlModule::viewUrl("Mirror/MirrorSmartWindowView.qml"));
     if (m_window->status() == QQuickView::Error) {
         for (const QQmlError &error : m_window->errors())
             qCCritical(lcMirror) << "Mirror view:" << error.toString();
