@@ -3,7 +3,6 @@
 #include <QGuiApplication>
 
 #include <cstdlib>
-#include <cstring>
 
 namespace X11Connection {
 
@@ -33,7 +32,7 @@ xcb_window_t rootWindow(xcb_connection_t *connection)
 xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
 {
     xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(std::strlen(name)), name), nullptr);
+        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(qstrlen(name)), name), nullptr);
     const xcb_atom_t atom = reply ? reply->atom : XCB_ATOM_NONE;
     std::free(reply);
     return atom;

@@ -61,7 +61,7 @@ QString X11FrontmostApplication::name() const
     return windowClass ? nameForWindowClass(*windowClass) : QString();
 }
 
-std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::activeWindowClass() const
+std::optional<WindowClass> X11FrontmostApplication::activeWindowClass() const
 {
     xcb_connection_t *connection = X11Connection::connection();
     if (!connection || xcb_connection_has_error(connection))
