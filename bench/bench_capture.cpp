@@ -28,10 +28,11 @@ public:
     bool isCaptureEnabled() const override { return true; }
     void watch(ClipboardStore *store)
     {
-        QObject::connect(store, &ClipboardStore::entryInserted, store, [this](const ClipboardHistoryEntry &entry) {
-            if (entry.textContent && !publishedAt.contains(*entry.textContent))
-                publishedAt.insert(*entry.textContent, steadyNanoseconds());
-        });
+        QObject::connect(store, &ClipboardStore::entryInserted, store,
+                         [this](const ClipboardHistoryEntry &entry) {
+                             if (entry.textContent && !publishedAt.contains(*entry.textContent))
+                                 publishedAt.insert(*entry.textContent, steadyNanoseconds());
+                         });
     }
     void reportStatus(const QString &message) override { messages.append(message); }
 };

@@ -4,12 +4,12 @@
 // Writes hub-light.png and hub-dark.png (the window) and hub-*-on-screen.png (the hub in place under
 // the tray icon, as grabbed from the screen).
 
-#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "Shell/StatusItemController.h"
 #include "BenchSupport.h"
 #include "Clipboard/ClipboardCapture.h"
 #include "Clipboard/ClipboardStore.h"
+#include "Shell/AppCoordinator.h"
+#include "Shell/StatusItemController.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
 #include "UI/Theme.h"

@@ -7,6 +7,7 @@ cd "$(dirname "$0")/.."
 scripts/install-deps.sh test
 cmake --preset dev >/dev/null
 cmake --build --preset dev
+scripts/check-style.sh
 
 # One run, one summary: unit tests set the offscreen platform themselves; integration tests use the
 # session's X server, window manager, tray host and audio server. Then, in the same session, pictures of

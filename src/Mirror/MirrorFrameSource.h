@@ -3,12 +3,15 @@
 #include <QImage>
 #include <QMutex>
 #include <QObject>
+#include <QtQml/qqmlregistration.h>
 
 // The newest preview frame, handed from the camera's threads to the GUI thread. Publishing never
 // blocks on the GUI: a frame that arrives before the last one was drawn simply replaces it.
-class MirrorFrameSource final : public QObject
+class MirrorFrameSource : public QObject
 {
     Q_OBJECT
+    // Known to QML as the type of the preview's frames, so its bindings are checked.
+    QML_ANONYMOUS
 public:
     using QObject::QObject;
 

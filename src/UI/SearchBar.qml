@@ -8,6 +8,8 @@ RowLayout {
     id: searchBar
 
     required property HubController hub
+    // The text field while the hub is on screen, else null.
+    readonly property TextField field: searchLoader.item as TextField
 
     spacing: 6
 
@@ -16,7 +18,7 @@ RowLayout {
         Layout.preferredHeight: 32
         radius: 8
         color: Theme.card
-        border.color: searchLoader.item && searchLoader.item.activeFocus ? Theme.accent : Theme.border
+        border.color: searchBar.field && searchBar.field.activeFocus ? Theme.accent : Theme.border
         border.width: 1
 
         RowLayout {
@@ -36,8 +38,9 @@ RowLayout {
                 id: searchLoader
                 active: searchBar.hub.shown
                 Layout.fillWidth: true
-                onLoaded: item.forceActiveFocus()
+                onLoaded: searchBar.field.forceActiveFocus()
                 sourceComponent: TextField {
+                    id: textField
                     objectName: "searchField"
                     placeholderText: "Search clipboard"
                     placeholderTextColor: Theme.tertiaryText
@@ -48,7 +51,7 @@ RowLayout {
                     rightPadding: 0
                     selectByMouse: true
                     text: searchBar.hub.appState.searchQuery
-                    onTextEdited: searchBar.hub.search(text)
+                    onTextEdited: searchBar.hub.search(textField.text)
                     Accessible.name: "Search clipboard"
 
                     Keys.onPressed: event => {
@@ -79,7 +82,7 @@ RowLayout {
                 implicitHeight: 22
                 onClicked: {
                     searchBar.hub.search("");
-                    searchLoader.item.forceActiveFocus();
+                    searchBar.field.forceActiveFocus();
                 }
             }
         }

@@ -380,9 +380,9 @@ PasteboardContent X11ClipboardSession::read(const PasteboardRequest &request)
             types.append(type);
     }
 
-    PasteboardContent content = PasteboardContent::read(
-        request.changeCount, types, request.isExcluded,
-        [this](const QString &type, qsizetype limit) { return fetch(type, limit); });
+    PasteboardContent content =
+        PasteboardContent::read(request.changeCount, types, request.isExcluded,
+                                [this](const QString &type, qsizetype limit) { return fetch(type, limit); });
     if (request.keepEveryType && content.status == PasteboardContent::Status::received)
         readEveryType(content);
     return content;

@@ -158,7 +158,8 @@ private slots:
 
         using Target = std::optional<WindowClass>;
         QTest::addRow("no active window") << Target() << PasteKeystroke::controlV << false;
-        QTest::addRow("an editor") << Target(WindowClass{"gedit", "Gedit"}) << PasteKeystroke::controlV << false;
+        QTest::addRow("an editor") << Target(WindowClass{"gedit", "Gedit"}) << PasteKeystroke::controlV
+                                   << false;
         QTest::addRow("terminal known by its class")
             << Target(WindowClass{"lxterminal", "Lxterminal"}) << PasteKeystroke::controlShiftV << false;
         QTest::addRow("terminal known by its instance only")

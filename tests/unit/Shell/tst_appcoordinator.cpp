@@ -1,6 +1,4 @@
-#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
 #include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
@@ -9,6 +7,8 @@
 #include "FakePasteboard.h"
 #include "Hotkeys/HotkeyManager.h"
 #include "SampleContent.h"
+#include "Shell/AppCoordinator.h"
+#include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
 
 #include <QDir>
@@ -168,7 +168,8 @@ private slots:
         QCOMPARE(m_keystrokes->posts(), expectedPosts);
         QCOMPARE(state()->clipboardStatusMessage(), message);
         // The hub has closed for the paste: what went wrong comes as a notification, once.
-        const QStringList notified = message == QLatin1String("Pasted") ? QStringList() : QStringList{message};
+        const QStringList notified =
+            message == QLatin1String("Pasted") ? QStringList() : QStringList{message};
         QCOMPARE(m_notifier->bodies, notified);
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
         QCOMPARE(m_notifier->bodies, notified);
@@ -240,8 +241,8 @@ private slots:
             QVERIFY(file.open(QIODevice::WriteOnly));
             file.write(garbage);
         }
-        QTest::ignoreMessage(QtWarningMsg,
-                             QRegularExpression(QStringLiteral("^Persistent store unavailable, running in-memory: .+")));
+        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(
+                                               "^Persistent store unavailable, running in-memory: .+")));
         makeCoordinator();
         QCOMPARE(state()->clipboardStatusMessage(),
                  QStringLiteral("Clipboard history is running without persistence."));

@@ -1,5 +1,5 @@
-#include "Shell/StatusItemController.h"
 #include "RecordingCommander.h"
+#include "Shell/StatusItemController.h"
 #include "StateFixture.h"
 
 #include <QAction>
@@ -43,8 +43,8 @@ private slots:
                 action->trigger();
         }
         // Global shortcuts after the tab, written the way the desktop writes them.
-        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D", "-",
-                                      "Settings...", "Quit Halcy"}));
+        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D",
+                                      "-", "Settings...", "Quit Halcy"}));
         QCOMPARE(commander.calls, call.isEmpty() ? QStringList() : QStringList{call});
         QCOMPARE(controller.isPopoverShown(), call.isEmpty());
     }
