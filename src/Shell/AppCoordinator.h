@@ -3,6 +3,8 @@
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
 
+#include <QDeadlineTimer>
+#include <QHash>
 #include <QPointer>
 #include <QString>
 
@@ -10,6 +12,7 @@
 
 class AppState;
 class ClipboardStore;
+class DesktopNotifier;
 class FrontmostApplication;
 class HotkeyManager;
 class HotkeyRegistrar;
@@ -40,6 +43,8 @@ public:
         std::unique_ptr<FrontmostApplication> frontmostApplication;
         // Null: the registrar of the running platform.
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
+        // Null: no notification service, messages go to the tray icon.
+        std::unique_ptr<DesktopNotifier> notifier;
         static Platform createDefault();
 
         Platform();
@@ -51,6 +56,8 @@ public:
     static constexpr int clearRecentHistorySeconds = 1800;
     // How long the window manager gets to give the focus back after the hub closes for a paste.
     static constexpr int focusSettleMs = 150;
+    // The same message is not shown again as a notification within this time.
+    static constexpr int repeatedNotificationMs = 60000;
 
     explicit AppCoordinator(const Locations &locations = Locations::standard(),
                             Platform platform = Platform::createDefault(), QObject *parent = nullptr);
@@ -85,6 +92,10 @@ public:
 private:
     void runShortcut(const QString &actionID);
     void openClipboardStore(const QString &historyPath);
+    // What the user must learn: on the hub's status line while the hub is open, otherwise as a
+    // desktop notification (or the tray icon's message) with `details` added.
+    void tellUser(const QString &message, const QString &details = QString());
+    void reportUnregisteredShortcuts();
     void reloadEntries();
     bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);
 
@@ -92,6 +103,8 @@ private:
     bool isCaptureEnabled() const override;
     void publishEntries(const ClipboardHistoryEntries &entries) override;
     void reportStatus(const QString &message) override;
+    void clipboardEmptied() override;
+    void takeHandover();
 
     Platform m_platform;
     QString m_historyPath;
@@ -103,4 +116,6 @@ private:
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
     bool m_shutDown = false;
+    bool m_storeFellBackToMemory = false;
+    QHash<QString, QDeadlineTimer> m_recentNotifications;
 };

@@ -21,6 +21,9 @@ RowLayout {
         text: statusTimer.running ? footer.hub.appState.clipboardStatusMessage : "Click to copy · Alt paste plain"
         color: Theme.tertiaryText
         font.pixelSize: 11
+        // A message wraps rather than losing its end; the hint fits one line.
+        wrapMode: Text.WordWrap
+        maximumLineCount: 3
         elide: Text.ElideRight
         Layout.fillWidth: true
         Accessible.role: Accessible.StaticText
@@ -36,7 +39,8 @@ RowLayout {
     }
     Timer {
         id: statusTimer
-        interval: 3000
+        // Time to read it: a short one stays 4 s, longer ones about as long as they take to read.
+        interval: Math.max(4000, footer.hub.appState.clipboardStatusMessage.length * 70)
     }
     Connections {
         target: footer.hub.appState

@@ -13,7 +13,7 @@ RowLayout {
     QuickActionCard {
         objectName: "mirrorCard"
         title: "Mirror"
-        subtitle: "Control-Super-M"
+        subtitle: cards.appState.shortcutText("mirror.toggle")
         iconName: "video"
         isOn: cards.appState.mirrorOpen
         isEnabled: cards.appState.mirrorEnabled
@@ -24,7 +24,7 @@ RowLayout {
     QuickActionCard {
         objectName: "desktopCard"
         title: "Hide Desktop"
-        subtitle: "Control-Super-D"
+        subtitle: cards.appState.shortcutText("desktop.toggle")
         iconName: "desktop"
         isOn: cards.appState.desktopHidden
         isEnabled: cards.appState.desktopEnabled

@@ -380,9 +380,33 @@ PasteboardContent X11ClipboardSession::read(const PasteboardRequest &request)
             types.append(type);
     }
 
-    return PasteboardContent::read(
+    PasteboardContent content = PasteboardContent::read(
         request.changeCount, types, request.isExcluded,
         [this](const QString &type, qsizetype limit) { return fetch(type, limit); });
+    if (request.keepEveryType && content.status == PasteboardContent::Status::received)
+        readEveryType(content);
+    return content;
+}
+
+void X11ClipboardSession::readEveryType(PasteboardContent &content)
+{
+    if (!content.text) {
+        const PasteboardData text = fetch(QStringLiteral("text/plain"), PasteboardLimits::maxTextBytes);
+        if (text.outcome == PasteboardData::Outcome::received)
+            content.text = QString::fromUtf8(text.bytes);
+    }
+    qsizetype budget = PasteboardLimits::maxImageBytes;
+    for (auto offered = m_offered.cbegin(); offered != m_offered.cend() && budget > 0; ++offered) {
+        if (content.text && (isTextTarget(offered.key()) || offered.key() == QLatin1String("text/plain")))
+            continue;
+        const Transfer transfer = convert(offered.value(), budget);
+        if (transfer.data.outcome == PasteboardData::Outcome::cancelled)
+            break;
+        if (transfer.data.outcome != PasteboardData::Outcome::received)
+            continue;
+        budget -= transfer.data.bytes.size();
+        content.everyType.append({offered.key(), transfer.data.bytes});
+    }
 }
 
 PasteboardData X11ClipboardSession::fetch(const QString &type, qsizetype limit)

@@ -63,6 +63,7 @@ private:
     Append appendProperty(xcb_atom_t property, qsizetype limit, QByteArray &data, xcb_atom_t &type,
                           qint64 &seen);
     PasteboardData fetch(const QString &type, qsizetype limit);
+    void readEveryType(PasteboardContent &content);
     Wait waitFor(const std::function<bool(const xcb_generic_event_t *)> &match, EventPtr *event);
     // Deals with a wait that ended without its event and says what it means for the transfer.
     PasteboardData giveUp(Wait reason, xcb_atom_t target);

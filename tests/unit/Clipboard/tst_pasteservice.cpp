@@ -1,5 +1,7 @@
 #include "Clipboard/PasteService.h"
 #include "EntryFactory.h"
+#include "FakeFrontmostApplication.h"
+#include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 #include "SampleContent.h"
 
@@ -37,7 +39,9 @@ private slots:
     void init()
     {
         m_pasteboard = std::make_unique<FakePasteboard>();
-        m_service = std::make_unique<PasteService>(m_pasteboard.get(), nullptr);
+        m_poster = std::make_unique<FakeKeystrokePoster>();
+        m_frontmost = std::make_unique<FakeFrontmostApplication>();
+        m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get(), m_frontmost.get());
     }
 
     void writesText_data()
@@ -146,8 +150,42 @@ private slots:
         QCOMPARE(m_pasteboard->writeCount(), 1);
     }
 
+    void keystrokeFollowsTheTargetWindow_data()
+    {
+        QTest::addColumn<std::optional<WindowClass>>("target");
+        QTest::addColumn<PasteKeystroke>("keystroke");
+        QTest::addColumn<bool>("textInSelection");
+
+        using Target = std::optional<WindowClass>;
+        QTest::addRow("no active window") << Target() << PasteKeystroke::controlV << false;
+        QTest::addRow("an editor") << Target(WindowClass{"gedit", "Gedit"}) << PasteKeystroke::controlV << false;
+        QTest::addRow("terminal known by its class")
+            << Target(WindowClass{"lxterminal", "Lxterminal"}) << PasteKeystroke::controlShiftV << false;
+        QTest::addRow("terminal known by its instance only")
+            << Target(WindowClass{"kitty", "Kitty-Quick"}) << PasteKeystroke::controlShiftV << false;
+        QTest::addRow("xterm pastes the selection")
+            << Target(WindowClass{"xterm", "XTerm"}) << PasteKeystroke::shiftInsertFromSelection << true;
+    }
+
+    void keystrokeFollowsTheTargetWindow()
+    {
+        QFETCH(std::optional<WindowClass>, target);
+        QFETCH(PasteKeystroke, keystroke);
+        QFETCH(bool, textInSelection);
+
+        m_frontmost->setWindowClass(target);
+        QVERIFY(m_service->write(entryOf(ClipboardContentType::text, QStringLiteral("ls -l\n")),
+                                 PasteMode::formatted, std::nullopt));
+        QVERIFY(m_service->postPasteKeystroke());
+        QCOMPARE(m_poster->lastKeystroke(), std::optional<PasteKeystroke>(keystroke));
+        QCOMPARE(m_pasteboard->selection().contains({QStringLiteral("text/plain"), QByteArray("ls -l\n")}),
+                 textInSelection);
+    }
+
 private:
     std::unique_ptr<FakePasteboard> m_pasteboard;
+    std::unique_ptr<FakeKeystrokePoster> m_poster;
+    std::unique_ptr<FakeFrontmostApplication> m_frontmost;
     std::unique_ptr<PasteService> m_service;
 };
 
