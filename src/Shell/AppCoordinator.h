@@ -11,6 +11,10 @@
 #include <memory>
 
 class AppState;
+class CameraBackend;
+class MicrophoneLevelMonitor;
+class MirrorCameraEngine;
+class MirrorWindowController;
 class ClipboardStore;
 class DesktopNotifier;
 class FrontmostApplication;
@@ -45,6 +49,8 @@ public:
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
+        // Null: the cameras Qt Multimedia lists.
+        std::unique_ptr<CameraBackend> cameraBackend;
         static Platform createDefault();
 
         Platform();
@@ -73,6 +79,9 @@ public:
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
+    MirrorCameraEngine *cameraEngine() const { return m_cameraEngine.get(); }
+    MicrophoneLevelMonitor *microphoneMonitor() const { return m_microphoneMonitor.get(); }
+    MirrorWindowController *mirrorWindowController() const { return m_mirrorWindowController.get(); }
 
     void toggleHub() override;
     void toggleMirror() override;
@@ -91,6 +100,7 @@ public:
 
 private:
     void runShortcut(const QString &actionID);
+    void createMirror();
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
@@ -112,6 +122,9 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<MirrorCameraEngine> m_cameraEngine;
+    std::unique_ptr<MicrophoneLevelMonitor> m_microphoneMonitor;
+    std::unique_ptr<MirrorWindowController> m_mirrorWindowController;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
