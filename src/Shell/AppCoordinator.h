@@ -2,6 +2,7 @@
 
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
+#include "Desktop/DesktopCoverManager.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -51,6 +52,7 @@ public:
         std::unique_ptr<DesktopNotifier> notifier;
         // Null: the cameras Qt Multimedia lists.
         std::unique_ptr<CameraBackend> cameraBackend;
+        DesktopCoverManager::Platform desktopCover;
         static Platform createDefault();
 
         Platform();
@@ -78,6 +80,7 @@ public:
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
+    DesktopCoverManager *desktopCoverManager() const { return m_desktopCoverManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
     MirrorCameraEngine *cameraEngine() const { return m_cameraEngine.get(); }
     MicrophoneLevelMonitor *microphoneMonitor() const { return m_microphoneMonitor.get(); }
@@ -101,6 +104,8 @@ public:
 private:
     void runShortcut(const QString &actionID);
     void createMirror();
+    // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
+    void applyDesktopSettings();
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
@@ -125,6 +130,7 @@ private:
     std::unique_ptr<MirrorCameraEngine> m_cameraEngine;
     std::unique_ptr<MicrophoneLevelMonitor> m_microphoneMonitor;
     std::unique_ptr<MirrorWindowController> m_mirrorWindowController;
+    std::unique_ptr<DesktopCoverManager> m_desktopCoverManager;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
