@@ -21,6 +21,10 @@ AppState *HubController::appState() const
 
 void HubController::setShown(bool shown)
 {
+    // A search left over from last time would reopen the hub on a few rows, which looks like lost
+    // history.
+    if (!shown && m_appState)
+        m_appState->setSearchQuery(QString());
     if (shown)
         selectNewest();
     if (m_shown == shown)
