@@ -122,8 +122,10 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     capture.preview = shortened(trimmed, previewLimit);
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
-    capture.textContent = trimmed;
-    capture.fingerprint = makeFingerprint(capture.type, capture.textContent, {}, std::nullopt, std::nullopt);
+    // Kept exactly as copied: code keeps its indentation and final newline. The fingerprint comes from
+    // the trimmed text, so copies that differ only in surrounding blanks stay one record.
+    capture.textContent = string;
+    capture.fingerprint = makeFingerprint(capture.type, trimmed, {}, std::nullopt, std::nullopt);
     return capture;
 }
 

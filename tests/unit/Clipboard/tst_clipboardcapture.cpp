@@ -53,7 +53,9 @@ private slots:
             return;
         QCOMPARE(enumName(capture->type), type);
         QCOMPARE(capture->title, title);
-        QCOMPARE(capture->textContent, std::optional<QString>(input.trimmed()));
+        QCOMPARE(capture->textContent, std::optional<QString>(input));
+        // Surrounding blanks make no new record.
+        QCOMPARE(capture->fingerprint, ClipboardCapture::fromString(input.trimmed(), QString())->fingerprint);
         QVERIFY(!capture->preview.contains(QLatin1Char('\n')));
         QCOMPARE(capture->sourceAppName, QStringLiteral("Terminal"));
         QVERIFY(capture->timestamp >= before && capture->timestamp <= QDateTime::currentDateTime());

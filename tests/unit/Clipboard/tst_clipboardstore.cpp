@@ -290,7 +290,8 @@ private slots:
         QFETCH(bool, includingPinned);
         QFETCH(QStringList, remaining);
 
-        const auto store = openStore(freshPath());
+        const QString path = freshPath();
+        const auto store = openStore(path);
         QVERIFY(store);
         const QDateTime now = QDateTime::currentDateTime();
         QVERIFY(store->insert(textCapture(QStringLiteral("older"), now.addDays(-1))));
@@ -303,6 +304,13 @@ private slots:
                        : store->deleteEntriesSince(now.addSecs(-1800), includingPinned, &error),
                  qPrintable(error));
         QCOMPARE(titlesOf(*store), remaining);
+        // What is gone cannot be read back from the files either.
+        for (const char *suffix : {"", "-wal"}) {
+            QFile file(path + QLatin1String(suffix));
+            const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+            for (const QString &title : {"older", "subject", "keep"})
+                QCOMPARE(bytes.contains(title.toUtf8()), remaining.contains(title) && *suffix == '\0');
+        }
     }
 
     void pinAndDeleteOneRecord()
