@@ -25,8 +25,10 @@ void HubController::setShown(bool shown)
     // history.
     if (!shown && m_appState)
         m_appState->setSearchQuery(QString());
-    if (shown)
+    if (shown) {
+        m_model->refreshDay();
         selectNewest();
+    }
     if (m_shown == shown)
         return;
     m_shown = shown;
