@@ -1,6 +1,8 @@
 #include "Clipboard/ClipboardCapture.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
+#include <QImageReader>
 #include <QStringView>
 #include <QTextBoundaryFinder>
 
@@ -162,7 +164,16 @@ ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64
     ClipboardCapture capture;
     capture.type = ClipboardContentType::image;
     capture.title = QStringLiteral("Image");
-    capture.preview = QStringLiteral("Image copied to clipboard");
+    // Size and format from the header alone; the picture itself is not decoded here.
+    QBuffer buffer;
+    buffer.setData(imageData);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    capture.preview = size.isValid() ? QStringLiteral("%1 × %2 %3")
+                                           .arg(size.width())
+                                           .arg(size.height())
+                                           .arg(QString::fromLatin1(reader.format()).toUpper())
+                                     : QStringLiteral("Image copied to clipboard");
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
     capture.imageBookmark = QStringLiteral("pasteboard-image-%1").arg(changeCount);
