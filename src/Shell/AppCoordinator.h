@@ -2,6 +2,7 @@
 
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
+#include "Desktop/DesktopCoverManager.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -45,6 +46,7 @@ public:
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
+        DesktopCoverManager::Platform desktopCover;
         static Platform createDefault();
 
         Platform();
@@ -72,6 +74,7 @@ public:
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
+    DesktopCoverManager *desktopCoverManager() const { return m_desktopCoverManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
 
     void toggleHub() override;
@@ -91,6 +94,8 @@ public:
 
 private:
     void runShortcut(const QString &actionID);
+    // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
+    void applyDesktopSettings();
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
@@ -112,6 +117,7 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<DesktopCoverManager> m_desktopCoverManager;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
