@@ -18,6 +18,7 @@
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
 #include "Shell/StatusItemController.h"
+#include "UI/HubPopover.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -104,6 +105,12 @@ void AppCoordinator::start()
     const QString databasePath =
         m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
     m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
+    // Asked as the hub appears, while the application the user was in is still the active one: copies
+    // made in the hub are then credited to that application rather than to Halcy.
+    connect(m_statusItemController->popover(), &HubPopover::shownChanged, this, [this](bool shown) {
+        if (shown && m_platform.frontmostApplication)
+            m_platform.frontmostApplication->name();
+    });
     m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
