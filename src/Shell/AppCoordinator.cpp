@@ -1,18 +1,24 @@
 #include "Shell/AppCoordinator.h"
 
 #include "App/AppState.h"
+#include "App/PreferenceRow.h"
 #include "App/Preferences.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
 #include "Core/GuiThread.h"
 #include "Core/Logging.h"
 #include "Hotkeys/HotkeyManager.h"
+#include "Mirror/MicrophoneLevelMonitor.h"
+#include "Mirror/MirrorCameraEngine.h"
+#include "Mirror/MirrorWindowController.h"
+#include "Mirror/QtCameraBackend.h"
 #include "Platform/DesktopNotifier.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/HotkeyRegistrar.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
 #include "Shell/StatusItemController.h"
+#include "UI/HubPopover.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -35,6 +41,7 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
     platform.keystrokePoster = KeystrokePoster::createDefault();
     platform.frontmostApplication = FrontmostApplication::createDefault();
     platform.notifier = DesktopNotifier::createDefault();
+    platform.desktopCover = DesktopCoverManager::Platform::createDefault();
     return platform;
 }
 
@@ -43,8 +50,14 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
 {
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
+    createMirror();
     m_pasteService = std::make_unique<PasteService>(
         m_platform.pasteboard.get(), m_platform.keystrokePoster.get(), m_platform.frontmostApplication.get());
+    m_desktopCoverManager = std::make_unique<DesktopCoverManager>(std::move(m_platform.desktopCover));
+    for (auto changed :
+         {&AppState::hideDesktopFillChanged, &AppState::desktopSolidColorChanged,
+          &AppState::desktopCoverConsumesClicksChanged, &AppState::desktopDoubleClickToRevealChanged})
+        connect(m_appState.get(), changed, this, &AppCoordinator::applyDesktopSettings);
     m_hotkeyManager =
         std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
     connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
@@ -92,8 +105,18 @@ void AppCoordinator::start()
     assertGuiThread();
     if (m_statusItemController)
         return;
+    m_mirrorWindowController->setOnOpenSettings([self = QPointer<AppCoordinator>(this)] {
+        if (self)
+            self->openSettings();
+    });
     m_statusItemController =
         std::make_unique<StatusItemController>(m_appState.get(), this, m_clipboardStore.get());
+    // Asked as the hub appears, while the application the user was in is still the active one: copies
+    // made in the hub are then credited to that application rather than to Halcy.
+    connect(m_statusItemController->popover(), &HubPopover::shownChanged, this, [this](bool shown) {
+        if (shown && m_platform.frontmostApplication)
+            m_platform.frontmostApplication->name();
+    });
     m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
@@ -152,7 +175,15 @@ void AppCoordinator::shutdown()
         return;
     m_shutDown = true;
     qCInfo(lcApp) << "Shutting down";
+    // The webcam's light goes out before anything else is torn down.
+    if (m_mirrorWindowController)
+        m_mirrorWindowController->close();
     m_clipboardMonitor.reset();
+    // No cover may outlive the process, whatever state it was in.
+    m_desktopCoverManager->setConfiguration(DesktopCoverConfiguration());
+    m_desktopCoverManager->clearRevealAction();
+    m_desktopCoverManager->setHidden(false);
+    m_desktopCoverManager->removeCovers();
     // Releases the key grabs, so the combinations are free for other programs at once.
     m_hotkeyManager.reset();
     m_statusItemController.reset();
@@ -175,18 +206,93 @@ void AppCoordinator::toggleHub()
         m_statusItemController->togglePopover();
 }
 
+void AppCoordinator::createMirror()
+{
+    // Remembered outside AppState: resetting the settings keeps the chosen devices and the place.
+    static const PreferenceRow cameraRow = PreferenceRow::text("selectedCameraDeviceID");
+    static const PreferenceRow microphoneRow = PreferenceRow::text("selectedMicDeviceID");
+    static const PreferenceRow frameRow = PreferenceRow::rect("mirrorFrame");
+    const auto remember = [this](const PreferenceRow &row) {
+        return [this, &row](const QString &id) {
+            if (id.isEmpty())
+                m_preferences->remove(row);
+            else
+                m_preferences->write(row, id);
+        };
+    };
+
+    std::unique_ptr<CameraBackend> backend = std::move(m_platform.cameraBackend);
+    if (!backend)
+        backend = std::make_unique<QtCameraBackend>();
+    m_cameraEngine = std::make_unique<MirrorCameraEngine>(std::move(backend), m_platform.pasteboard.get(),
+                                                          m_preferences->read(cameraRow).toString());
+    connect(m_cameraEngine.get(), &MirrorCameraEngine::selectedDeviceIDChanged, this, remember(cameraRow));
+    // A saved camera that is gone was replaced while the engine was built.
+    remember(cameraRow)(m_cameraEngine->selectedDeviceID());
+    m_microphoneMonitor =
+        std::make_unique<MicrophoneLevelMonitor>(m_preferences->read(microphoneRow).toString());
+    connect(m_microphoneMonitor.get(), &MicrophoneLevelMonitor::selectedDeviceIDChanged, this,
+            remember(microphoneRow));
+
+    m_mirrorWindowController =
+        std::make_unique<MirrorWindowController>(m_cameraEngine.get(), m_microphoneMonitor.get());
+    m_mirrorWindowController->setSavedFrame(m_preferences->read(frameRow).toRect());
+    connect(m_mirrorWindowController.get(), &MirrorWindowController::frameChanged, this,
+            [this](const QRect &frame) { m_preferences->write(frameRow, frame); });
+    connect(m_mirrorWindowController.get(), &MirrorWindowController::openChanged, m_appState.get(),
+            &AppState::setMirrorOpen);
+    const auto applySettings = [this] {
+        MirrorSettings settings;
+        settings.shape = m_appState->mirrorShape();
+        settings.flip = m_appState->mirrorFlipDefault();
+        settings.excludeFromScreenShare = m_appState->excludeMirrorFromScreenShare();
+        settings.showMicLevel = m_appState->mirrorShowMicLevel();
+        m_mirrorWindowController->setSettings(settings);
+    };
+    applySettings();
+    for (const auto changed :
+         {&AppState::mirrorShapeChanged, &AppState::mirrorFlipDefaultChanged,
+          &AppState::excludeMirrorFromScreenShareChanged, &AppState::mirrorShowMicLevelChanged})
+        connect(m_appState.get(), changed, this, applySettings);
+    // Switching the tool off closes it.
+    connect(m_appState.get(), &AppState::mirrorEnabledChanged, this, [this] {
+        if (!m_appState->mirrorEnabled())
+            m_mirrorWindowController->close();
+    });
+}
+
 void AppCoordinator::toggleMirror()
 {
     if (!m_appState->mirrorEnabled())
         return;
-    qCInfo(lcMirror) << "The mirror is not available in this build";
+    if (m_appState->mirrorOpen())
+        m_mirrorWindowController->close();
+    else
+        m_mirrorWindowController->show();
 }
 
 void AppCoordinator::toggleDesktopCover()
 {
+    assertGuiThread();
     if (!m_appState->desktopEnabled())
         return;
-    qCInfo(lcDesktop) << "Hide Desktop is not available in this build";
+    const bool hidden = !m_appState->desktopHidden();
+    m_appState->setDesktopHidden(hidden);
+    m_desktopCoverManager->setConfiguration(m_appState->desktopCoverConfiguration());
+    // A double click on a cover has already removed the covers; the state follows.
+    m_desktopCoverManager->setRevealAction(this, [this] { m_appState->setDesktopHidden(false); });
+    m_desktopCoverManager->setHidden(hidden);
+    if (hidden)
+        m_desktopCoverManager->rebuildCovers();
+    else
+        m_desktopCoverManager->removeCovers();
+}
+
+void AppCoordinator::applyDesktopSettings()
+{
+    m_desktopCoverManager->setConfiguration(m_appState->desktopCoverConfiguration());
+    if (m_desktopCoverManager->isHidden())
+        m_desktopCoverManager->rebuildCovers();
 }
 
 bool AppCoordinator::writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode)

@@ -2,6 +2,7 @@
 
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
+#include "Desktop/DesktopCoverManager.h"
 
 #include <QDeadlineTimer>
 #include <QHash>
@@ -11,6 +12,10 @@
 #include <memory>
 
 class AppState;
+class CameraBackend;
+class MicrophoneLevelMonitor;
+class MirrorCameraEngine;
+class MirrorWindowController;
 class ClipboardStore;
 class DesktopNotifier;
 class FrontmostApplication;
@@ -45,6 +50,9 @@ public:
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
+        // Null: the cameras Qt Multimedia lists.
+        std::unique_ptr<CameraBackend> cameraBackend;
+        DesktopCoverManager::Platform desktopCover;
         static Platform createDefault();
 
         Platform();
@@ -72,7 +80,11 @@ public:
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
+    DesktopCoverManager *desktopCoverManager() const { return m_desktopCoverManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
+    MirrorCameraEngine *cameraEngine() const { return m_cameraEngine.get(); }
+    MicrophoneLevelMonitor *microphoneMonitor() const { return m_microphoneMonitor.get(); }
+    MirrorWindowController *mirrorWindowController() const { return m_mirrorWindowController.get(); }
 
     void toggleHub() override;
     void toggleMirror() override;
@@ -91,6 +103,9 @@ public:
 
 private:
     void runShortcut(const QString &actionID);
+    void createMirror();
+    // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
+    void applyDesktopSettings();
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
@@ -110,6 +125,10 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<MirrorCameraEngine> m_cameraEngine;
+    std::unique_ptr<MicrophoneLevelMonitor> m_microphoneMonitor;
+    std::unique_ptr<MirrorWindowController> m_mirrorWindowController;
+    std::unique_ptr<DesktopCoverManager> m_desktopCoverManager;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;

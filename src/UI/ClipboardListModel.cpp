@@ -4,10 +4,16 @@
 #include "Clipboard/ClipboardListSection.h"
 
 #include <QSet>
+#include <QTimer>
+
+#include <algorithm>
+#include <limits>
 
 ClipboardListModel::ClipboardListModel(AppState *appState, QObject *parent)
-    : QAbstractListModel(parent), m_appState(appState)
+    : QAbstractListModel(parent), m_appState(appState), m_midnight(new QTimer(this))
 {
+    m_midnight->setSingleShot(true);
+    connect(m_midnight, &QTimer::timeout, this, &ClipboardListModel::refreshDay);
     connect(appState, &AppState::visibleClipboardEntriesChanged, this, &ClipboardListModel::rebuild);
     connect(appState, &AppState::selectedClipboardEntryIDChanged, this, &ClipboardListModel::updateSelection);
     m_selectedID = appState->selectedClipboardEntryID();
@@ -138,8 +144,12 @@ void ClipboardListModel::rebuild()
     ClipboardHistoryEntries entries = m_appState->visibleClipboardEntries();
     QStringList titles;
     // While searching the list is flat, ranked by score; otherwise rows follow the sections, pinned first.
+    const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
+    m_sectionsDate = now.date();
+    const QDateTime wallClock = QDateTime::currentDateTime();
+    m_midnight->start(int(std::min<qint64>(wallClock.msecsTo(wallClock.date().addDays(1).startOfDay()) + 1000,
+                                           std::numeric_limits<int>::max())));
     if (m_appState->searchQuery().trimmed().isEmpty()) {
-        const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
         ClipboardHistoryEntries ordered;
         ordered.reserve(entries.size());
         for (const ClipboardListSection &section : ClipboardListSection::group(entries, now)) {
@@ -206,6 +216,13 @@ void ClipboardListModel::applyRows(const ClipboardHistoryEntries &entries, const
     m_quickNumbers = numbers;
     for (const int row : std::as_const(changedRows))
         emit dataChanged(index(row), index(row));
+}
+
+void ClipboardListModel::refreshDay()
+{
+    const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
+    if (now.date() != m_sectionsDate)
+        rebuild();
 }
 
 void ClipboardListModel::updateSelection()

@@ -11,6 +11,15 @@ RowLayout {
     // The text field while the hub is on screen, else null.
     readonly property TextField field: searchLoader.item as TextField
 
+    // The Menu key or Shift+F10: the selected row's menu.
+    signal rowMenuRequested()
+
+    // Menus take the keyboard while open and do not give it back by themselves.
+    function focusField() {
+        if (searchBar.field)
+            searchBar.field.forceActiveFocus();
+    }
+
     spacing: 6
 
     Rectangle {
@@ -56,7 +65,17 @@ RowLayout {
 
                     Keys.onPressed: event => {
                         const alt = (event.modifiers & Qt.AltModifier) !== 0;
-                        if (event.key === Qt.Key_Down) {
+                        const ctrl = (event.modifiers & Qt.ControlModifier) !== 0;
+                        const selected = searchBar.hub.model.selectedRow;
+                        if (event.key === Qt.Key_Delete && (ctrl || text.length === 0) && selected >= 0) {
+                            // Plain Delete edits the search while there is one.
+                            searchBar.hub.deleteRow(selected);
+                        } else if (ctrl && event.key === Qt.Key_P && selected >= 0) {
+                            searchBar.hub.togglePinRow(selected);
+                        } else if (event.key === Qt.Key_Menu
+                                   || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
+                            searchBar.rowMenuRequested();
+                        } else if (event.key === Qt.Key_Down) {
                             searchBar.hub.moveSelection(1);
                         } else if (event.key === Qt.Key_Up) {
                             searchBar.hub.moveSelection(-1);
@@ -82,7 +101,7 @@ RowLayout {
                 implicitHeight: 22
                 onClicked: {
                     searchBar.hub.search("");
-                    searchBar.field.forceActiveFocus();
+                    searchBar.focusField();
                 }
             }
         }
@@ -119,11 +138,13 @@ RowLayout {
             radius: 8
             color: clearButton.hovered ? Theme.rowHover : "transparent"
         }
-        onClicked: clearMenu.popup(clearButton, 0, clearButton.height)
+        onClicked: clearMenu.popup(clearButton, clearButton.width - clearMenu.width, clearButton.height)
 
         Menu {
             id: clearMenu
             objectName: "clearMenu"
+            margins: 6
+            onClosed: searchBar.focusField()
             MenuItem {
                 text: "Clear last 30 minutes"
                 onTriggered: searchBar.hub.clearRecentHistory()

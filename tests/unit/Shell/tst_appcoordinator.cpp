@@ -1,11 +1,14 @@
 #include "App/AppState.h"
 #include "Clipboard/ClipboardStore.h"
+#include "FakeCameraBackend.h"
+#include "Desktop/DesktopCoverWindow.h"
 #include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 #include "Hotkeys/HotkeyManager.h"
+#include "Mirror/MirrorCameraEngine.h"
 #include "SampleContent.h"
 #include "Shell/AppCoordinator.h"
 #include "Shell/StatusItemController.h"
@@ -14,6 +17,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QRegularExpression>
 #include <QTest>
 
@@ -27,6 +31,7 @@ private:
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
     FakeDesktopNotifier *m_notifier = nullptr;
+    std::shared_ptr<FakeCameraBackend::Shared> m_camera;
     std::unique_ptr<AppCoordinator> m_coordinator;
 
     AppCoordinator::Locations locations() const
@@ -50,6 +55,9 @@ private:
         auto notifier = std::make_unique<FakeDesktopNotifier>();
         m_notifier = notifier.get();
         platform.notifier = std::move(notifier);
+        m_camera = std::make_shared<FakeCameraBackend::Shared>();
+        m_camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
+        platform.cameraBackend = std::make_unique<FakeCameraBackend>(m_camera);
         m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
     }
 
@@ -72,6 +80,33 @@ private:
     }
 
 private slots:
+    // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
+    void mirrorToggleOpensAndClosesTheCamera()
+    {
+        MirrorCameraEngine *camera = m_coordinator->cameraEngine();
+        m_coordinator->toggleMirror();
+        QVERIFY(state()->mirrorOpen());
+        QTRY_COMPARE(camera->state().kind(), MirrorCameraState::Kind::running);
+        m_coordinator->toggleMirror();
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+
+        state()->setMirrorEnabled(false);
+        m_coordinator->toggleMirror();
+        QVERIFY(!state()->mirrorOpen());
+
+        state()->setMirrorEnabled(true);
+        m_coordinator->toggleMirror();
+        QVERIFY(state()->mirrorOpen());
+        m_coordinator->shutdown();
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+        // The camera found for the empty selection is remembered.
+        QFile settings(locations().preferencesPath);
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
+    }
+
     void init()
     {
         m_env = std::make_unique<TestEnvironment>();
@@ -102,6 +137,37 @@ private slots:
         QTRY_VERIFY(first->isPopoverShown());
         QVERIFY(hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
         QTRY_VERIFY(!first->isPopoverShown());
+    }
+
+    void hideDesktopFollowsTheStateAndThePreferences()
+    {
+        DesktopCoverManager *covers = m_coordinator->desktopCoverManager();
+        state()->setDesktopEnabled(false);
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+
+        state()->setDesktopEnabled(true);
+        state()->setHideDesktopFill(DesktopFill::solidInk);
+        QVERIFY(covers->covers().isEmpty()); // a preference change while shown makes no window
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(state()->desktopHidden() && covers->isHidden());
+        QCOMPARE(covers->covers().size(), QGuiApplication::screens().size());
+        QCOMPARE(covers->covers().constFirst()->configuration().fill, DesktopFill::solidInk);
+        const QPointer<DesktopCoverWindow> before = covers->covers().constFirst();
+        state()->setDesktopCoverConsumesClicks(false);
+        QVERIFY(!before); // while hidden, every cover is replaced
+        QVERIFY(!covers->covers().constFirst()->configuration().consumesClicks);
+
+        covers->reveal(); // as a double click on a cover does
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+        m_coordinator->toggleDesktopCover();
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+
+        m_coordinator->toggleDesktopCover();
+        m_coordinator->shutdown();
+        QVERIFY(covers->covers().isEmpty() && !covers->isHidden());
+        QCOMPARE(covers->configuration(), DesktopCoverConfiguration());
     }
 
     void historyIsLoadedAtLaunchWithoutSelection()

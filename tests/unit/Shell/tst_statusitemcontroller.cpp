@@ -1,5 +1,5 @@
-#include "RecordingCommander.h"
 #include "Shell/StatusItemController.h"
+#include "RecordingCommander.h"
 #include "StateFixture.h"
 
 #include <QAction>
@@ -15,12 +15,14 @@ private slots:
     void menuItemsRunTheirCommands_data()
     {
         QTest::addColumn<QString>("item");
-        QTest::addColumn<QString>("call");
+        QTest::addColumn<QString>("call"); // "paused": no command, the preference flips
 
         QTest::addRow("Mirror") << "Mirror"
                                 << "toggleMirror";
         QTest::addRow("Hide Desktop") << "Hide Desktop"
                                       << "toggleDesktopCover";
+        QTest::addRow("Pause recording") << "Pause recording"
+                                         << "paused";
         QTest::addRow("Settings") << "Settings..."
                                   << "openSettings";
         QTest::addRow("Quit") << "Quit Halcy"
@@ -34,7 +36,7 @@ private slots:
 
         StateFixture fixture;
         RecordingCommander commander;
-        StatusItemController controller(&fixture.state, &commander, nullptr);
+        StatusItemController controller(&fixture.state, &commander, QString());
         Q_EMIT controller.menu()->aboutToShow();
         QStringList titles;
         for (QAction *action : controller.menu()->actions()) {
@@ -43,10 +45,14 @@ private slots:
                 action->trigger();
         }
         // Global shortcuts after the tab, written the way the desktop writes them.
-        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D",
-                                      "-", "Settings...", "Quit Halcy"}));
+        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D", "-",
+                                      "Pause recording", "-", "Settings...", "Quit Halcy"}));
+        const bool pausing = call == QLatin1String("paused");
+        QCOMPARE(fixture.state.clipboardPaused(), pausing);
+        if (pausing)
+            call.clear();
         QCOMPARE(commander.calls, call.isEmpty() ? QStringList() : QStringList{call});
-        QCOMPARE(controller.isPopoverShown(), call.isEmpty());
+        QCOMPARE(controller.isPopoverShown(), call.isEmpty() && !pausing);
     }
 };
 
