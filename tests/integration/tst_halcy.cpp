@@ -55,8 +55,6 @@ bool hubIsShown()
 struct StoredRecord
 {
     QString id;
-    QString type;
-    QString title;
     QString text;
     qint64 timestamp = 0;
 };
@@ -74,13 +72,11 @@ QList<StoredRecord> readHistory(const HalcyProcess &halcy)
                            QStringLiteral("?mode=ro"));
         QSqlQuery query(db);
         if (QFileInfo::exists(path) && db.open() &&
-            query.exec(
-                QStringLiteral("SELECT id, typeRawValue, title, textContent, timestamp FROM ClipboardRecord "
-                               "ORDER BY timestamp DESC, rowid DESC"))) {
+            query.exec(QStringLiteral("SELECT id, textContent, timestamp FROM ClipboardRecord "
+                                      "ORDER BY timestamp DESC, rowid DESC"))) {
             while (query.next()) {
                 records << StoredRecord{query.value(0).toString(), query.value(1).toString(),
-                                        query.value(2).toString(), query.value(3).toString(),
-                                        query.value(4).toLongLong()};
+                                        query.value(2).toLongLong()};
             }
         }
     }
@@ -97,170 +93,156 @@ class TestHalcy final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
+    void initTestCase()
+    {
+        if (qEnvironmentVariableIsEmpty("DISPLAY"))
+            QSKIP("needs the desktop session of scripts/desktop-session.sh");
+        for (const char *tool : {"xdotool", "xwininfo"}) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(qPrintable(
+                    QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
+        }
+        QVERIFY2(!toolOutput(QStringLiteral("xdotool"),
+                             {QStringLiteral("search"), QStringLiteral("--class"), QStringLiteral("trayer")})
+                      .isEmpty(),
+                 "no tray host in this session");
+    }
 
-    void secondLaunchTogglesTheRunningInstancesHub();
-    void copiesLandInTheHistoryFileAndSurviveARestart();
-    void verbsWithoutARunningInstance();
-    void quitFromTheTrayMenuEndsTheProcess();
-    void terminationSignalRunsTheOrderlyShutdown();
-    void withoutADisplayItSaysSoInOneLine_data();
-    void withoutADisplayItSaysSoInOneLine();
+    void secondLaunchTogglesTheRunningInstancesHub()
+    {
+        HalcyProcess &halcy = running();
+        QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        QVERIFY(!hubIsShown());
+
+        QString output;
+        QCOMPARE(halcy.runClient({}, &output), 0);
+        QVERIFY2(output.contains(QLatin1String("already running")), qPrintable(output));
+        QTRY_VERIFY_WITH_TIMEOUT(hubIsShown(), 5000);
+        QCOMPARE(halcy.runClient({QStringLiteral("show")}), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!hubIsShown(), 5000);
+        QCOMPARE(halcy.process().state(), QProcess::Running);
+    }
+
+    void copiesLandInTheHistoryFileAndSurviveARestart()
+    {
+        const QString text = QStringLiteral("Standup moved to 9:30");
+        // Another program copies; true once the history file has it as its newest record.
+        const auto copy = [&] {
+            const qint64 newestBefore = readHistory(m_halcy).value(0).timestamp;
+            PeerProcess owner(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
+            return owner.start({QStringLiteral("--text"), text}) &&
+                   QTest::qWaitFor(
+                       [&] {
+                           const StoredRecord newest = readHistory(m_halcy).value(0);
+                           return newest.text == text && newest.timestamp > newestBefore;
+                       },
+                       3000);
+        };
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        QVERIFY(copy());
+        const StoredRecord stored = readHistory(m_halcy).value(0);
+        QVERIFY2(quit(), qPrintable(m_halcy.log()));
+
+        // The same directories again: the record is still there and the new instance keeps using it.
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        QVERIFY(!m_halcy.log().contains(QLatin1String("running in-memory")));
+        QVERIFY(copy());
+        const QList<StoredRecord> records = readHistory(m_halcy);
+        QCOMPARE(records.value(0).id, stored.id);
+        QCOMPARE(std::count_if(records.cbegin(), records.cend(),
+                               [&](const StoredRecord &r) { return r.text == text; }),
+                 1);
+    }
+
+    void verbsWithoutARunningInstance()
+    {
+        if (m_halcy.process().state() == QProcess::Running)
+            QVERIFY2(quit(), qPrintable(m_halcy.log()));
+        QString output;
+        QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}, &output), 1);
+        QVERIFY2(output.contains(QLatin1String("not running")), qPrintable(output));
+        QCOMPARE(m_halcy.process().state(), QProcess::NotRunning);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("frobnicate")}, &output), 2);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("--help")}, &output), 0);
+        for (const QString &verb : {"show", "toggle-mirror", "toggle-desktop", "settings", "quit"})
+            QVERIFY2(output.contains(verb), qPrintable(output));
+    }
+
+    void quitFromTheTrayMenuEndsTheProcess()
+    {
+        HalcyProcess &halcy = running();
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        const QPoint centre = trayIconGeometry().center();
+
+        // Right click opens the menu; its last item is "Quit Halcy".
+        runTool(QStringLiteral("xdotool"),
+                {QStringLiteral("mousemove"), QString::number(centre.x()), QString::number(centre.y()),
+                 QStringLiteral("click"), QStringLiteral("3")});
+        QTest::qWait(700);
+        runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Up")});
+        QTest::qWait(200);
+        runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
+
+        QVERIFY2(halcy.waitForExit(10000), qPrintable(halcy.log()));
+        QCOMPARE(halcy.process().exitStatus(), QProcess::NormalExit);
+        QCOMPARE(halcy.process().exitCode(), 0);
+        QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
+        QTRY_VERIFY_WITH_TIMEOUT(!trayIconGeometry().isValid(), 5000);
+    }
+
+    void terminationSignalRunsTheOrderlyShutdown()
+    {
+        HalcyProcess &halcy = running();
+        QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
+        ::kill(pid_t(halcy.pid()), SIGTERM);
+        QVERIFY(halcy.waitForExit());
+        QCOMPARE(halcy.process().exitCode(), 0);
+        QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
+    }
+
+    void withoutADisplayItSaysSoInOneLine_data()
+    {
+        QTest::addColumn<QString>("display");
+        QTest::addRow("no DISPLAY") << QString();
+        QTest::addRow("DISPLAY nobody serves") << QStringLiteral(":9876");
+    }
+
+    void withoutADisplayItSaysSoInOneLine()
+    {
+        QFETCH(QString, display);
+        HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
+        halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        if (display.isEmpty())
+            halcy.removeEnvironmentValue(QStringLiteral("DISPLAY"));
+        else
+            halcy.setEnvironmentValue(QStringLiteral("DISPLAY"), display);
+        QString output;
+        const int code = halcy.runClient({}, &output);
+        QVERIFY(code != 0);
+        QVERIFY(code != -1); // no crash, no abort
+        QCOMPARE(output.trimmed().count(u'\n'), 0);
+        QVERIFY2(output.contains(QLatin1String("desktop session")), qPrintable(output));
+    }
 
 private:
-    HalcyProcess &running();
-    bool quit();
+    HalcyProcess &running()
+    {
+        if (m_halcy.process().state() == QProcess::NotRunning && !m_halcy.start())
+            qWarning().noquote() << "halcy did not start:" << m_halcy.log();
+        return m_halcy;
+    }
+
+    // Quits through the command line, as a session script would; true once it ended cleanly.
+
+    bool quit()
+    {
+        return m_halcy.runClient({QStringLiteral("quit")}) == 0 && m_halcy.waitForExit() &&
+               m_halcy.process().exitStatus() == QProcess::NormalExit && m_halcy.process().exitCode() == 0;
+    }
 
     HalcyProcess m_halcy{QStringLiteral(HALCY_BINARY)};
 };
-
-void TestHalcy::initTestCase()
-{
-    if (qEnvironmentVariableIsEmpty("DISPLAY"))
-        QSKIP("needs the desktop session of scripts/desktop-session.sh");
-    for (const char *tool : {"xdotool", "xwininfo"}) {
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
-    }
-    QVERIFY2(!toolOutput(QStringLiteral("xdotool"),
-                         {QStringLiteral("search"), QStringLiteral("--class"), QStringLiteral("trayer")})
-                  .isEmpty(),
-             "no tray host in this session");
-}
-
-HalcyProcess &TestHalcy::running()
-{
-    if (m_halcy.process().state() == QProcess::NotRunning && !m_halcy.start())
-        qWarning().noquote() << "halcy did not start:" << m_halcy.log();
-    return m_halcy;
-}
-
-// Quits through the command line, as a session script would; true once it ended cleanly.
-bool TestHalcy::quit()
-{
-    return m_halcy.runClient({QStringLiteral("quit")}) == 0 && m_halcy.waitForExit() &&
-           m_halcy.process().exitStatus() == QProcess::NormalExit && m_halcy.process().exitCode() == 0;
-}
-
-void TestHalcy::secondLaunchTogglesTheRunningInstancesHub()
-{
-    HalcyProcess &halcy = running();
-    QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
-    QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
-    QVERIFY(!hubIsShown());
-
-    QString output;
-    QCOMPARE(halcy.runClient({}, &output), 0);
-    QVERIFY2(output.contains(QLatin1String("already running")), qPrintable(output));
-    QTRY_VERIFY_WITH_TIMEOUT(hubIsShown(), 5000);
-    QCOMPARE(halcy.runClient({QStringLiteral("show")}), 0);
-    QTRY_VERIFY_WITH_TIMEOUT(!hubIsShown(), 5000);
-    QCOMPARE(halcy.process().state(), QProcess::Running);
-}
-
-void TestHalcy::copiesLandInTheHistoryFileAndSurviveARestart()
-{
-    const QString text = QStringLiteral("https://example.net/release/notes");
-    // Another program copies; true once the history file has it as its newest record.
-    const auto copy = [&] {
-        const qint64 newestBefore = readHistory(m_halcy).value(0).timestamp;
-        PeerProcess owner(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
-        return owner.start({QStringLiteral("--text"), text}) &&
-               QTest::qWaitFor(
-                   [&] {
-                       const StoredRecord newest = readHistory(m_halcy).value(0);
-                       return newest.text == text && newest.timestamp > newestBefore;
-                   },
-                   3000);
-    };
-    QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
-    QVERIFY(copy());
-    const StoredRecord stored = readHistory(m_halcy).value(0);
-    QCOMPARE(stored.type, QStringLiteral("link"));
-    QCOMPARE(stored.title, QStringLiteral("example.net"));
-    QCOMPARE(stored.text, text);
-    QVERIFY2(quit(), qPrintable(m_halcy.log()));
-
-    // The same directories again: the record is still there and the new instance keeps using it.
-    QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
-    QVERIFY(!m_halcy.log().contains(QLatin1String("running in-memory")));
-    QVERIFY(copy());
-    const QList<StoredRecord> records = readHistory(m_halcy);
-    QCOMPARE(records.value(0).id, stored.id);
-    QCOMPARE(std::count_if(records.cbegin(), records.cend(),
-                           [&](const StoredRecord &r) { return r.text == text; }),
-             1);
-}
-
-void TestHalcy::verbsWithoutARunningInstance()
-{
-    if (m_halcy.process().state() == QProcess::Running)
-        QVERIFY2(quit(), qPrintable(m_halcy.log()));
-    QString output;
-    QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}, &output), 1);
-    QVERIFY2(output.contains(QLatin1String("not running")), qPrintable(output));
-    QCOMPARE(m_halcy.process().state(), QProcess::NotRunning);
-    QCOMPARE(m_halcy.runClient({QStringLiteral("frobnicate")}, &output), 2);
-    QCOMPARE(m_halcy.runClient({QStringLiteral("--help")}, &output), 0);
-    for (const QString &verb : {"show", "toggle-mirror", "toggle-desktop", "settings", "quit"})
-        QVERIFY2(output.contains(verb), qPrintable(output));
-}
-
-void TestHalcy::quitFromTheTrayMenuEndsTheProcess()
-{
-    HalcyProcess &halcy = running();
-    QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
-    const QPoint centre = trayIconGeometry().center();
-
-    // Right click opens the menu; its last item is "Quit Halcy".
-    runTool(QStringLiteral("xdotool"),
-            {QStringLiteral("mousemove"), QString::number(centre.x()), QString::number(centre.y()),
-             QStringLiteral("click"), QStringLiteral("3")});
-    QTest::qWait(700);
-    runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Up")});
-    QTest::qWait(200);
-    runTool(QStringLiteral("xdotool"), {QStringLiteral("key"), QStringLiteral("Return")});
-
-    QVERIFY2(halcy.waitForExit(10000), qPrintable(halcy.log()));
-    QCOMPARE(halcy.process().exitStatus(), QProcess::NormalExit);
-    QCOMPARE(halcy.process().exitCode(), 0);
-    QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
-    QTRY_VERIFY_WITH_TIMEOUT(!trayIconGeometry().isValid(), 5000);
-}
-
-void TestHalcy::terminationSignalRunsTheOrderlyShutdown()
-{
-    HalcyProcess &halcy = running();
-    QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
-    ::kill(pid_t(halcy.pid()), SIGTERM);
-    QVERIFY(halcy.waitForExit());
-    QCOMPARE(halcy.process().exitCode(), 0);
-    QVERIFY2(halcy.log().contains(QLatin1String("Shutting down")), qPrintable(halcy.log()));
-}
-
-void TestHalcy::withoutADisplayItSaysSoInOneLine_data()
-{
-    QTest::addColumn<QString>("display");
-    QTest::addRow("no DISPLAY") << QString();
-    QTest::addRow("DISPLAY nobody serves") << QStringLiteral(":9876");
-}
-
-void TestHalcy::withoutADisplayItSaysSoInOneLine()
-{
-    QFETCH(QString, display);
-    HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
-    halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
-    if (display.isEmpty())
-        halcy.removeEnvironmentValue(QStringLiteral("DISPLAY"));
-    else
-        halcy.setEnvironmentValue(QStringLiteral("DISPLAY"), display);
-    QString output;
-    const int code = halcy.runClient({}, &output);
-    QVERIFY(code != 0);
-    QVERIFY(code != -1); // no crash, no abort
-    QCOMPARE(output.trimmed().count(u'\n'), 0);
-    QVERIFY2(output.contains(QLatin1String("desktop session")), qPrintable(output));
-}
 
 QTEST_GUILESS_MAIN(TestHalcy)
 #include "tst_halcy.moc"

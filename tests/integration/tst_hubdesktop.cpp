@@ -11,7 +11,6 @@
 #include "UI/HubPopover.h"
 #include "X11TestMain.h"
 
-#include <QAction>
 #include <QDir>
 #include <QMenu>
 #include <QQuickItem>
@@ -68,237 +67,218 @@ class TestHubDesktop final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase();
-    void cleanup();
+    void initTestCase()
+    {
+        HALCY_REQUIRE_X11_SESSION();
+        for (const char *tool : {"xdotool", "xclip", "xwininfo"}) {
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
+                QSKIP(qPrintable(
+                    QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
+        }
+        QVERIFY2(QSystemTrayIcon::isSystemTrayAvailable(), "no tray host in this session");
+        // Drawn as the app draws it (see main.cpp).
+        if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
+            QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
+        m_env = std::make_unique<TestEnvironment>();
+    }
 
-    void trayIconClicksToggleTheHubBelowIt();
-    void trayMenuOpensInsteadOfTheHubAndItsFirstItemOpensIt();
-    void shortcutOpensTheHubOverAnotherApplicationAndGivesTheKeyboardBack();
-    void pickingARowReachesTheClipboardAndTheFocusedField_data();
-    void pickingARowReachesTheClipboardAndTheFocusedField();
+    void cleanup()
+    {
+        m_app.reset();
+        xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
+                 QStringLiteral("ctrl"), QStringLiteral("alt")});
+        for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
+            QFile::remove(historyPath() + suffix);
+        // Let the tray host drop the old icon and the clipboard owners of the case leave.
+        spinEventLoop(200);
+    }
+
+    void trayIconClicksToggleTheHubBelowItAndRightClickOpensTheMenu()
+    {
+        startApp();
+        const QRect icon = trayIconGeometry();
+
+        // A right click opens the menu, not the hub.
+        QMenu *menu = m_app->statusItemController()->menu();
+        QVERIFY(clickAt(icon.center(), 3));
+        QTRY_VERIFY_WITH_TIMEOUT(menu->isVisible(), 3000);
+        QVERIFY(!hub()->isShown());
+        QVERIFY(pressKeys(QStringLiteral("Escape")));
+        QTRY_VERIFY_WITH_TIMEOUT(!menu->isVisible(), 2000);
+
+        // First click: the hub hangs below the icon, wholly on screen, and takes the keyboard.
+        QVERIFY(clickAt(icon.center(), 1));
+        QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 3000);
+        QTRY_VERIFY_WITH_TIMEOUT(view()->geometry().top() > icon.bottom(), 2000);
+        const QRect placed = view()->geometry();
+        QCOMPARE(placed.size(), HubPopover::contentSize);
+        QVERIFY(view()->screen()->geometry().contains(placed));
+        QVERIFY(placed.top() - icon.bottom() <= 12);
+        QVERIFY(placed.left() <= icon.center().x() && icon.center().x() <= placed.right());
+        // Where the X server has it, not only where Qt thinks it is.
+        const QString info = QString::fromLocal8Bit(
+            runTool(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::number(view()->winId())})
+                .value_or(ToolResult())
+                .output);
+        const auto absolute = [&](const char *axis) {
+            return QRegularExpression(
+                       QStringLiteral("Absolute upper-left %1:\\s+(-?\\d+)").arg(QLatin1String(axis)))
+                .match(info)
+                .captured(1)
+                .toInt();
+        };
+        QCOMPARE(QPoint(absolute("X"), absolute("Y")), placed.topLeft());
+        QTRY_VERIFY(
+            view()->rootObject()->findChild<QQuickItem *>(QStringLiteral("searchField"))->hasActiveFocus());
+
+        // Second click on the icon, at a person's pace (a quicker one is a double click, which the tray
+        // reports as such): the hub is gone and stays gone, whether the click took the focus from it first
+        // or arrived while it still had it.
+        const int doubleClickMs = QGuiApplication::styleHints()->mouseDoubleClickInterval();
+        spinEventLoop(doubleClickMs + 100);
+        QVERIFY(clickAt(icon.center(), 1));
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
+        spinEventLoop(700);
+        QVERIFY(!hub()->isShown());
+
+        // A later click opens it again, and a click into another application's window closes it.
+        PeerProcess other(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+        QVERIFY2(other.start({}), qPrintable(other.errorOutput()));
+        QVERIFY(xdotool({QStringLiteral("windowmove"), QStringLiteral("--sync"),
+                         other.readyLine().section(QLatin1Char(' '), 1, 1), QStringLiteral("200"),
+                         QStringLiteral("300")}));
+        QVERIFY(clickAt(icon.center(), 1));
+        QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 3000);
+        spinEventLoop(doubleClickMs + 100);
+        QVERIFY(hub()->isShown());
+        QVERIFY(clickAt(QPoint(300, 320), 1));
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
+        QVERIFY(peerHasFocus(other));
+    }
+
+    void shortcutOpensTheHubOverAnotherApplicationAndGivesTheKeyboardBack()
+    {
+        startApp({textCapture(QStringLiteral("older note"), secondsAgo(300))});
+        PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+        QVERIFY2(peer.start({}), qPrintable(peer.errorOutput()));
+        QVERIFY(activatePeerWindow(peer) && peerHasFocus(peer));
+        QVERIFY(openHubWithShortcut());
+        // Typing goes to the search at once, not to the application behind.
+        QVERIFY(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"),
+                         QStringLiteral("abc")}));
+        QTRY_COMPARE(m_app->appState()->searchQuery(), QStringLiteral("abc"));
+        QCOMPARE(peerText(peer), QString());
+        m_app->appState()->setSearchQuery(QString());
+
+        // A copy in another application shows at the top of the open hub.
+        PeerProcess copier(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
+        QVERIFY2(copier.start({QStringLiteral("--text"), QStringLiteral("copied while the hub is open")}),
+                 qPrintable(copier.errorOutput()));
+        QTRY_VERIFY_WITH_TIMEOUT(rowItem(QStringLiteral("copied while the hub is open")), 3000);
+        QCOMPARE(rowItem(QStringLiteral("copied while the hub is open"))->property("index").toInt(), 0);
+        QVERIFY(hub()->isShown());
+
+        QVERIFY(pressKeys(QStringLiteral("super+shift+v")));
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 3000);
+        // The window manager gives the keyboard back to the application the user was in.
+        QVERIFY(peerHasFocus(peer));
+    }
+
+    void pickingARowReachesTheClipboardAndTheFocusedField_data()
+    {
+        QTest::addColumn<QString>("keys"); // empty: a click on the row
+        QTest::addColumn<bool>("pastes");
+
+        QTest::addRow("click copies and leaves the hub open") << QString() << false;
+        QTest::addRow("Alt+2 pastes into the application behind") << "alt+2" << true;
+    }
+
+    void pickingARowReachesTheClipboardAndTheFocusedField()
+    {
+        QFETCH(QString, keys);
+        QFETCH(bool, pastes);
+
+        const QString picked = QStringLiteral("Ticket HAL-204: tray menu ✓");
+        startApp({textCapture(picked, secondsAgo(180)),
+                  textCapture(QStringLiteral("the newest entry"), secondsAgo(60))});
+        PeerProcess field(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+        QVERIFY2(field.start({}), qPrintable(field.errorOutput()));
+        QVERIFY(activatePeerWindow(field) && peerHasFocus(field));
+        QVERIFY(openHubWithShortcut());
+        QTRY_VERIFY(rowItem(picked));
+
+        if (keys.isEmpty())
+            QVERIFY(clickAt(globalCentre(rowItem(picked)), 1));
+        else
+            QVERIFY(pressKeys(keys));
+
+        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput().value_or(QByteArray()), picked.toUtf8(), 3000);
+        if (pastes) {
+            QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
+            QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, 3000);
+            QCOMPARE(m_app->appState()->clipboardStatusMessage(), QStringLiteral("Pasted"));
+        } else {
+            QVERIFY(hub()->isShown());
+            spinEventLoop(300);
+            QCOMPARE(peerText(field), QString());
+        }
+    }
 
 private:
     QString historyPath() const { return m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"); }
-    void startApp(const QList<ClipboardCapture> &history = {});
+    void startApp(const QList<ClipboardCapture> &history = {})
+    {
+        QVERIFY(QDir().mkpath(QFileInfo(historyPath()).path()));
+        {
+            QString error;
+            std::unique_ptr<ClipboardStore> store =
+                ClipboardStore::open(historyPath(), ClipboardStore::defaultHistoryLimit, &error);
+            QVERIFY2(store, qPrintable(error));
+            for (const ClipboardCapture &capture : history)
+                QVERIFY2(store->insert(capture, &error), qPrintable(error));
+        }
+        m_app = std::make_unique<AppCoordinator>(
+            AppCoordinator::Locations{m_env->configHome() + QStringLiteral("/Halcy/settings.json"),
+                                      historyPath()},
+            AppCoordinator::Platform::createDefault());
+        m_app->start();
+        QVERIFY(m_app->statusItemController());
+        // The tray host docks the icon asynchronously.
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(view() && view()->rootObject(), 5000);
+    }
 
     HubPopover *hub() const { return m_app->statusItemController()->popover(); }
     QQuickView *view() const { return hub()->view(); }
     ClipboardListModel *model() const { return hub()->controller()->model(); }
-    QQuickItem *rowItem(const QString &title) const;
-    QRect trayIconGeometry() const;
-    bool openHubWithShortcut();
+    QQuickItem *rowItem(const QString &title) const
+    {
+        auto *list = view()->rootObject()->findChild<QQuickItem *>(QStringLiteral("historyList"));
+        if (!list)
+            return nullptr;
+        return firstItem(list->property("contentItem").value<QQuickItem *>(), [&](QQuickItem *item) {
+            return item->property("title").toString() == title && item->property("quickNumber").isValid() &&
+                   item->isVisible();
+        });
+    }
+
+    QRect trayIconGeometry() const
+    {
+        QSystemTrayIcon *icon = m_app->statusItemController()->trayIcon();
+        const QRect rect = icon->geometry();
+        return icon->isVisible() && rect.width() > 0 && rect.top() >= 0 ? rect : QRect();
+    }
+
+    bool openHubWithShortcut()
+    {
+        if (!pressKeys(QStringLiteral("super+shift+v")))
+            return false;
+        return QTest::qWaitFor([&] { return hub()->isShown() && view()->isActive(); }, 3000);
+    }
 
     std::unique_ptr<TestEnvironment> m_env;
     std::unique_ptr<AppCoordinator> m_app;
 };
-
-void TestHubDesktop::initTestCase()
-{
-    HALCY_REQUIRE_X11_SESSION();
-    for (const char *tool : {"xdotool", "xclip", "xwininfo"}) {
-        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-            QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
-    }
-    QVERIFY2(QSystemTrayIcon::isSystemTrayAvailable(), "no tray host in this session");
-    // Drawn as the app draws it (see main.cpp).
-    if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
-        QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
-    m_env = std::make_unique<TestEnvironment>();
-}
-
-void TestHubDesktop::cleanup()
-{
-    m_app.reset();
-    xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
-             QStringLiteral("ctrl"), QStringLiteral("alt")});
-    for (const QString &suffix : {QString(), QStringLiteral("-wal"), QStringLiteral("-shm")})
-        QFile::remove(historyPath() + suffix);
-    // Let the tray host drop the old icon and the clipboard owners of the case leave.
-    spinEventLoop(200);
-}
-
-void TestHubDesktop::startApp(const QList<ClipboardCapture> &history)
-{
-    QVERIFY(QDir().mkpath(QFileInfo(historyPath()).path()));
-    {
-        QString error;
-        std::unique_ptr<ClipboardStore> store =
-            ClipboardStore::open(historyPath(), ClipboardStore::defaultHistoryLimit, &error);
-        QVERIFY2(store, qPrintable(error));
-        for (const ClipboardCapture &capture : history)
-            QVERIFY2(store->insert(capture, &error), qPrintable(error));
-    }
-    m_app = std::make_unique<AppCoordinator>(
-        AppCoordinator::Locations{m_env->configHome() + QStringLiteral("/Halcy/settings.json"),
-                                  historyPath()},
-        AppCoordinator::Platform::createDefault());
-    m_app->start();
-    QVERIFY(m_app->statusItemController());
-    // The tray host docks the icon asynchronously.
-    QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
-    QTRY_VERIFY_WITH_TIMEOUT(view() && view()->rootObject(), 5000);
-}
-
-QRect TestHubDesktop::trayIconGeometry() const
-{
-    QSystemTrayIcon *icon = m_app->statusItemController()->trayIcon();
-    const QRect rect = icon->geometry();
-    return icon->isVisible() && rect.width() > 0 && rect.top() >= 0 ? rect : QRect();
-}
-
-QQuickItem *TestHubDesktop::rowItem(const QString &title) const
-{
-    auto *list = view()->rootObject()->findChild<QQuickItem *>(QStringLiteral("historyList"));
-    if (!list)
-        return nullptr;
-    return firstItem(list->property("contentItem").value<QQuickItem *>(), [&](QQuickItem *item) {
-        return item->property("title").toString() == title && item->property("quickNumber").isValid() &&
-               item->isVisible();
-    });
-}
-
-bool TestHubDesktop::openHubWithShortcut()
-{
-    if (!pressKeys(QStringLiteral("super+shift+v")))
-        return false;
-    return QTest::qWaitFor([&] { return hub()->isShown() && view()->isActive(); }, 3000);
-}
-
-void TestHubDesktop::trayIconClicksToggleTheHubBelowIt()
-{
-    startApp();
-    const QRect icon = trayIconGeometry();
-
-    // First click: the hub hangs below the icon, wholly on screen, and takes the keyboard.
-    QVERIFY(clickAt(icon.center(), 1));
-    QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 3000);
-    QTRY_VERIFY_WITH_TIMEOUT(view()->geometry().top() > icon.bottom(), 2000);
-    const QRect placed = view()->geometry();
-    QCOMPARE(placed.size(), HubPopover::contentSize);
-    QVERIFY(view()->screen()->geometry().contains(placed));
-    QVERIFY(placed.top() - icon.bottom() <= 12);
-    QVERIFY(placed.left() <= icon.center().x() && icon.center().x() <= placed.right());
-    // Where the X server has it, not only where Qt thinks it is.
-    const QString info = QString::fromLocal8Bit(
-        runTool(QStringLiteral("xwininfo"), {QStringLiteral("-id"), QString::number(view()->winId())})
-            .value_or(ToolResult())
-            .output);
-    const auto absolute = [&](const char *axis) {
-        return QRegularExpression(
-                   QStringLiteral("Absolute upper-left %1:\\s+(-?\\d+)").arg(QLatin1String(axis)))
-            .match(info)
-            .captured(1)
-            .toInt();
-    };
-    QCOMPARE(QPoint(absolute("X"), absolute("Y")), placed.topLeft());
-    QTRY_VERIFY(
-        view()->rootObject()->findChild<QQuickItem *>(QStringLiteral("searchField"))->hasActiveFocus());
-
-    // Second click on the icon, at a person's pace (a quicker one is a double click, which the tray
-    // reports as such): the hub is gone and stays gone, whether the click took the focus from it first
-    // or arrived while it still had it.
-    const int doubleClickMs = QGuiApplication::styleHints()->mouseDoubleClickInterval();
-    spinEventLoop(doubleClickMs + 100);
-    QVERIFY(clickAt(icon.center(), 1));
-    QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
-    spinEventLoop(700);
-    QVERIFY(!hub()->isShown());
-
-    // A later click opens it again, and a click into another application's window closes it.
-    PeerProcess other(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
-    QVERIFY2(other.start({}), qPrintable(other.errorOutput()));
-    QVERIFY(xdotool({QStringLiteral("windowmove"), QStringLiteral("--sync"),
-                     other.readyLine().section(QLatin1Char(' '), 1, 1), QStringLiteral("200"),
-                     QStringLiteral("300")}));
-    QVERIFY(clickAt(icon.center(), 1));
-    QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 3000);
-    spinEventLoop(doubleClickMs + 100);
-    QVERIFY(hub()->isShown());
-    QVERIFY(clickAt(QPoint(300, 320), 1));
-    QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
-    QVERIFY(peerHasFocus(other));
-}
-
-void TestHubDesktop::trayMenuOpensInsteadOfTheHubAndItsFirstItemOpensIt()
-{
-    startApp();
-    QMenu *menu = m_app->statusItemController()->menu();
-    QVERIFY(clickAt(trayIconGeometry().center(), 3));
-    QTRY_VERIFY_WITH_TIMEOUT(menu->isVisible(), 3000);
-    QVERIFY2(!hub()->isShown(), "a right click must not open the hub");
-    QCOMPARE(menu->actions().first()->text(), QStringLiteral("Open Halcy"));
-    QVERIFY(clickAt(menu->mapToGlobal(menu->actionGeometry(menu->actions().first()).center()), 1));
-    QTRY_VERIFY_WITH_TIMEOUT(!menu->isVisible(), 2000);
-    QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown(), 3000);
-}
-
-void TestHubDesktop::shortcutOpensTheHubOverAnotherApplicationAndGivesTheKeyboardBack()
-{
-    startApp({textCapture(QStringLiteral("older note"), secondsAgo(300))});
-    PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
-    QVERIFY2(peer.start({}), qPrintable(peer.errorOutput()));
-    QVERIFY(activatePeerWindow(peer) && peerHasFocus(peer));
-    QVERIFY(openHubWithShortcut());
-    // Typing goes to the search at once, not to the application behind.
-    QVERIFY(xdotool(
-        {QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"), QStringLiteral("abc")}));
-    QTRY_COMPARE(m_app->appState()->searchQuery(), QStringLiteral("abc"));
-    QCOMPARE(peerText(peer), QString());
-    m_app->appState()->setSearchQuery(QString());
-
-    // A copy in another application shows at the top of the open hub.
-    PeerProcess copier(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
-    QVERIFY2(copier.start({QStringLiteral("--text"), QStringLiteral("copied while the hub is open")}),
-             qPrintable(copier.errorOutput()));
-    QTRY_VERIFY_WITH_TIMEOUT(rowItem(QStringLiteral("copied while the hub is open")), 3000);
-    QCOMPARE(rowItem(QStringLiteral("copied while the hub is open"))->property("index").toInt(), 0);
-    QVERIFY(hub()->isShown());
-
-    QVERIFY(pressKeys(QStringLiteral("super+shift+v")));
-    QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 3000);
-    // The window manager gives the keyboard back to the application the user was in.
-    QVERIFY(peerHasFocus(peer));
-}
-
-void TestHubDesktop::pickingARowReachesTheClipboardAndTheFocusedField_data()
-{
-    QTest::addColumn<QString>("keys"); // empty: a click on the row
-    QTest::addColumn<bool>("pastes");
-
-    QTest::addRow("click copies and leaves the hub open") << QString() << false;
-    QTest::addRow("Alt+2 pastes into the application behind") << "alt+2" << true;
-}
-
-void TestHubDesktop::pickingARowReachesTheClipboardAndTheFocusedField()
-{
-    QFETCH(QString, keys);
-    QFETCH(bool, pastes);
-
-    const QString picked = QStringLiteral("Ticket HAL-204: tray menu ✓");
-    startApp({textCapture(picked, secondsAgo(180)),
-              textCapture(QStringLiteral("the newest entry"), secondsAgo(60))});
-    PeerProcess field(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
-    QVERIFY2(field.start({}), qPrintable(field.errorOutput()));
-    QVERIFY(activatePeerWindow(field) && peerHasFocus(field));
-    QVERIFY(openHubWithShortcut());
-    QTRY_VERIFY(rowItem(picked));
-
-    if (keys.isEmpty())
-        QVERIFY(clickAt(globalCentre(rowItem(picked)), 1));
-    else
-        QVERIFY(pressKeys(keys));
-
-    QTRY_COMPARE_WITH_TIMEOUT(xclipOutput().value_or(QByteArray()), picked.toUtf8(), 3000);
-    if (pastes) {
-        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 2000);
-        QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, 3000);
-        QCOMPARE(m_app->appState()->clipboardStatusMessage(), QStringLiteral("Pasted"));
-    } else {
-        QVERIFY(hub()->isShown());
-        spinEventLoop(300);
-        QCOMPARE(peerText(field), QString());
-    }
-}
 
 HALCY_X11_TEST_MAIN(TestHubDesktop)
 #include "tst_hubdesktop.moc"

@@ -1,9 +1,6 @@
 #include "DesktopTools.h"
-#include "Hotkeys/HotkeyManager.h"
-#include "Hotkeys/KeyboardShortcutDescriptor.h"
 #include "PeerProcess.h"
 #include "Platform/X11/X11HotkeyRegistrar.h"
-#include "RecordingCommander.h"
 #include "X11TestMain.h"
 
 #include <QRegularExpression>
@@ -187,27 +184,6 @@ private slots:
         // The grabs still answer afterwards.
         QVERIFY(press(QStringLiteral("super+shift+v")));
         QTRY_COMPARE(pressed.size(), id != 0 ? 2 : 1);
-    }
-
-    void combinationTakenByAnotherClientIsSkipped()
-    {
-        OtherClient other;
-        QVERIFY(other.isConnected());
-        QVERIFY(other.grabInEveryLockState(keysymD, controlSuper));
-
-        RecordingCommander commander;
-        HotkeyManager manager(KeyboardShortcutDescriptor::defaultTable(),
-                              std::make_unique<X11HotkeyRegistrar>());
-        manager.start(&commander);
-
-        QCOMPARE(manager.actionIDs(), (QMap<quint32, QString>{{1, QStringLiteral("clipboard.open")},
-                                                              {2, QStringLiteral("mirror.toggle")}}));
-        QVERIFY(press(QStringLiteral("ctrl+super+d")));
-        QVERIFY(press(QStringLiteral("super+shift+v")));
-        QVERIFY(press(QStringLiteral("ctrl+super+m")));
-        QTRY_COMPARE(commander.calls, (QStringList{"toggleHub", "toggleMirror"}));
-        spinEventLoop(200);
-        QCOMPARE(commander.calls.size(), 2);
     }
 
     void partlyTakenCombinationLeavesNothingGrabbed()

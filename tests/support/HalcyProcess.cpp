@@ -74,8 +74,3 @@ bool HalcyProcess::waitForExit(int timeoutMs)
         QTest::qWait(50);
     return m_process.state() == QProcess::NotRunning;
 }
-
-void HalcyProcess::terminate()
-{
-    m_process.terminate();
-}

@@ -16,7 +16,6 @@ public:
     explicit HalcyProcess(const QString &binary);
     ~HalcyProcess();
 
-    QProcessEnvironment environment() const { return m_environment; }
     void setEnvironmentValue(const QString &name, const QString &value) { m_environment.insert(name, value); }
     void removeEnvironmentValue(const QString &name) { m_environment.remove(name); }
     QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
@@ -27,7 +26,6 @@ public:
     // Runs `halcy ARGS` as a second launch against the same directories; returns its exit code.
     int runClient(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000) const;
     bool waitForExit(int timeoutMs = 10000);
-    void terminate();
 
     QProcess &process() { return m_process; }
     qint64 pid() const { return m_process.processId(); }

@@ -16,7 +16,6 @@ public:
     ClipboardHistoryEntry lastEntry;
     PasteMode lastMode = PasteMode::formatted;
     QUuid lastID;
-    SettingsTab lastTab = SettingsTab::general;
 
     int count(const QString &name) const { return int(calls.count(name)); }
 
@@ -48,11 +47,7 @@ public:
     void clearHistory() override { calls << QStringLiteral("clearHistory"); }
     void clearRecentHistory() override { calls << QStringLiteral("clearRecentHistory"); }
     void openSettings() override { calls << QStringLiteral("openSettings"); }
-    void openSettingsAtTab(SettingsTab tab) override
-    {
-        calls << QStringLiteral("openSettingsAtTab");
-        lastTab = tab;
-    }
+    void openSettingsAtTab(SettingsTab) override { calls << QStringLiteral("openSettingsAtTab"); }
     void refreshPermissions() override { calls << QStringLiteral("refreshPermissions"); }
     void checkForUpdates() override { calls << QStringLiteral("checkForUpdates"); }
     void quit() override { calls << QStringLiteral("quit"); }

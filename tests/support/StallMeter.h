@@ -27,8 +27,6 @@ public:
         m_sinceTick.start();
         m_timer.start();
     }
-    // The longest gap so far, the one still open included.
-    qint64 longestGapMs() const { return std::max(m_longestGapMs, m_sinceTick.elapsed()); }
     int ticks() const { return m_ticks; }
     qint64 stop()
     {

@@ -1,20 +1,9 @@
 #include "Clipboard/ClipboardListSection.h"
+#include "EntryFactory.h"
 
 #include <QTest>
 
 namespace {
-
-ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &timestamp, bool pinned = false)
-{
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
-    entry.sourceAppName = QStringLiteral("Editor");
-    entry.timestamp = timestamp;
-    entry.isPinned = pinned;
-    return entry;
-}
 
 QDateTime at(int year, int month, int day, int hour = 12, int minute = 0, int second = 0)
 {

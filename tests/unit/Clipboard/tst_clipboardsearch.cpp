@@ -1,20 +1,18 @@
 #include "Clipboard/ClipboardSearch.h"
+#include "EntryFactory.h"
 
 #include <QTest>
 
 namespace {
 
-ClipboardHistoryEntry makeEntry(const QString &title, const QString &preview = QString(),
-                                const QString &source = QStringLiteral("Editor"),
-                                ClipboardContentType type = ClipboardContentType::text, int minutesAgo = 0)
+ClipboardHistoryEntry entry(const QString &title, const QString &preview = QString(),
+                            const QString &source = QStringLiteral("Editor"),
+                            ClipboardContentType type = ClipboardContentType::text, int minutesAgo = 0)
 {
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.title = title;
+    ClipboardHistoryEntry entry =
+        makeEntry(title, QDateTime(QDate(2026, 3, 7), QTime(12, 0)).addSecs(-60 * minutesAgo), false, type);
     entry.preview = preview.isNull() ? title : preview;
-    entry.type = type;
     entry.sourceAppName = source;
-    entry.timestamp = QDateTime(QDate(2026, 3, 7), QTime(12, 0)).addSecs(-60 * minutesAgo);
     return entry;
 }
 
@@ -65,18 +63,18 @@ private slots:
         QTest::addColumn<QString>("query");
         QTest::addColumn<int>("score");
 
-        QTest::addRow("title equals") << makeEntry("Meeting notes") << "meeting notes" << 100;
+        QTest::addRow("title equals") << entry("Meeting notes") << "meeting notes" << 100;
         QTest::addRow("title equals but for case and accents")
-            << makeEntry(QStringLiteral("Résumé Draft")) << "resume draft" << 100;
-        QTest::addRow("title begins with") << makeEntry("Meeting notes") << "meet" << 90;
-        QTest::addRow("title contains") << makeEntry("Meeting notes") << "notes" << 75;
-        QTest::addRow("preview contains") << makeEntry("Meeting", "Meeting with Zoë at noon") << "zoe" << 55;
-        QTest::addRow("source contains") << makeEntry("alpha", "beta", "Firefox") << "fox" << 35;
+            << entry(QStringLiteral("Résumé Draft")) << "resume draft" << 100;
+        QTest::addRow("title begins with") << entry("Meeting notes") << "meet" << 90;
+        QTest::addRow("title contains") << entry("Meeting notes") << "notes" << 75;
+        QTest::addRow("preview contains") << entry("Meeting", "Meeting with Zoë at noon") << "zoe" << 55;
+        QTest::addRow("source contains") << entry("alpha", "beta", "Firefox") << "fox" << 35;
         QTest::addRow("type name contains")
-            << makeEntry("alpha", "beta", "Editor", ClipboardContentType::color) << "colo" << 25;
-        QTest::addRow("fuzzy across title and preview") << makeEntry("ab", "cd") << "b c" << 2 + 7 + 8;
+            << entry("alpha", "beta", "Editor", ClipboardContentType::color) << "colo" << 25;
+        QTest::addRow("fuzzy across title and preview") << entry("ab", "cd") << "b c" << 2 + 7 + 8;
         QTest::addRow("fuzzy reaches the type name")
-            << makeEntry("xq", "yq", "zq", ClipboardContentType::link) << "xlk" << 7 + 2 + 2;
+            << entry("xq", "yq", "zq", ClipboardContentType::link) << "xlk" << 7 + 2 + 2;
     }
 
     void scoresByFirstMatchingRule()
@@ -142,12 +140,12 @@ private slots:
 
         const auto text = ClipboardContentType::text;
         const ClipboardHistoryEntries newestFirst{
-            makeEntry("my report", "", "Editor", text, 1),   // 75
-            makeEntry("report", "", "Editor", text, 2),      // 100
-            makeEntry("draft", "report", "Editor", text, 3), // 55
-            makeEntry("your report", "", "Editor", text, 4), // 75
-            makeEntry("Report", "", "Editor", text, 5),      // 100
-            makeEntry("unrelated", "", "Editor", text, 6),
+            entry("my report", "", "Editor", text, 1),   // 75
+            entry("report", "", "Editor", text, 2),      // 100
+            entry("draft", "report", "Editor", text, 3), // 55
+            entry("your report", "", "Editor", text, 4), // 75
+            entry("Report", "", "Editor", text, 5),      // 100
+            entry("unrelated", "", "Editor", text, 6),
         };
         ClipboardHistoryEntries entries;
         for (const int index : inputOrder)

@@ -1,5 +1,5 @@
 #include "Clipboard/PasteService.h"
-#include "FakeKeystrokePoster.h"
+#include "EntryFactory.h"
 #include "FakePasteboard.h"
 #include "SampleContent.h"
 
@@ -11,32 +11,19 @@ namespace {
 
 const QString marker = QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste");
 
-ClipboardHistoryEntry textEntry(const QString &text, ClipboardContentType type = ClipboardContentType::text)
+// An entry of the given kind whose only content is what the test sets.
+ClipboardHistoryEntry entryOf(ClipboardContentType type, const QString &text = QString())
 {
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.type = type;
-    entry.title = text.trimmed();
-    entry.textContent = text;
+    ClipboardHistoryEntry entry = makeEntry(text, QDateTime::currentDateTime(), false, type);
+    if (text.isEmpty())
+        entry.textContent.reset();
     return entry;
 }
 
 ClipboardHistoryEntry fileEntry(const QStringList &urls)
 {
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.type = ClipboardContentType::file;
+    ClipboardHistoryEntry entry = entryOf(ClipboardContentType::file);
     entry.fileURLStrings = urls;
-    return entry;
-}
-
-ClipboardHistoryEntry imageEntry()
-{
-    ClipboardHistoryEntry entry;
-    entry.id = QUuid::createUuid();
-    entry.type = ClipboardContentType::image;
-    entry.title = QStringLiteral("Image");
-    entry.imageBookmark = QStringLiteral("pasteboard-image-7");
     return entry;
 }
 
@@ -57,19 +44,16 @@ private slots:
     void entriesWithoutContentLeaveOnlyTheMarker_data();
     void entriesWithoutContentLeaveOnlyTheMarker();
     void failedWriteIsReported();
-    void keystrokesGoThroughThePoster();
 
 private:
     std::unique_ptr<FakePasteboard> m_pasteboard;
-    std::unique_ptr<FakeKeystrokePoster> m_poster;
     std::unique_ptr<PasteService> m_service;
 };
 
 void TestPasteService::init()
 {
     m_pasteboard = std::make_unique<FakePasteboard>();
-    m_poster = std::make_unique<FakeKeystrokePoster>();
-    m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get());
+    m_service = std::make_unique<PasteService>(m_pasteboard.get(), nullptr);
 }
 
 void TestPasteService::writesText_data()
@@ -90,7 +74,7 @@ void TestPasteService::writesText()
     QFETCH(PasteMode, mode);
     QFETCH(QString, written);
 
-    QVERIFY(m_service->write(textEntry(stored), mode, std::nullopt));
+    QVERIFY(m_service->write(entryOf(ClipboardContentType::text, stored), mode, std::nullopt));
     QCOMPARE(m_pasteboard->writeCount(), 1);
     QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), std::optional<QByteArray>(written.toUtf8()));
     QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
@@ -133,7 +117,7 @@ void TestPasteService::writesFiles()
 void TestPasteService::writesImages()
 {
     const QByteArray png = encodedImage();
-    QVERIFY(m_service->write(imageEntry(), PasteMode::formatted, png));
+    QVERIFY(m_service->write(entryOf(ClipboardContentType::image), PasteMode::formatted, png));
     QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), std::optional<QByteArray>(png));
     QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
     QVERIFY(m_pasteboard->lastWritten()->hasImage());
@@ -146,15 +130,14 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker_data()
     QTest::addColumn<ClipboardHistoryEntry>("entry");
     QTest::addColumn<std::optional<QByteArray>>("imageBytes");
 
-    QTest::addRow("image without bytes") << imageEntry() << std::optional<QByteArray>();
-    QTest::addRow("image with undecodable bytes") << imageEntry() << std::optional<QByteArray>("not a picture");
+    QTest::addRow("image without bytes")
+        << entryOf(ClipboardContentType::image) << std::optional<QByteArray>();
+    QTest::addRow("image with undecodable bytes")
+        << entryOf(ClipboardContentType::image) << std::optional<QByteArray>("not a picture");
     QTest::addRow("no valid file URL left")
         << fileEntry({"file://[broken", "https://example.com/"}) << std::optional<QByteArray>();
-    QTest::addRow("bytes for an entry that is no image") << [] {
-        auto e = imageEntry();
-        e.type = ClipboardContentType::file;
-        return e;
-    }() << std::optional<QByteArray>(encodedImage());
+    QTest::addRow("bytes for an entry that is no image")
+        << entryOf(ClipboardContentType::file) << std::optional<QByteArray>(encodedImage());
     QTest::addRow("empty entry") << ClipboardHistoryEntry() << std::optional<QByteArray>();
 }
 
@@ -171,24 +154,9 @@ void TestPasteService::entriesWithoutContentLeaveOnlyTheMarker()
 void TestPasteService::failedWriteIsReported()
 {
     m_pasteboard->setWriteSucceeds(false);
-    QVERIFY(!m_service->write(textEntry(QStringLiteral("x")), PasteMode::formatted, std::nullopt));
+    QVERIFY(!m_service->write(entryOf(ClipboardContentType::text, QStringLiteral("x")), PasteMode::formatted,
+                              std::nullopt));
     QCOMPARE(m_pasteboard->writeCount(), 1);
-}
-
-void TestPasteService::keystrokesGoThroughThePoster()
-{
-    QVERIFY(m_service->canPostKeystrokes());
-    QVERIFY(m_service->postPasteKeystroke());
-    QCOMPARE(m_poster->posts(), 1);
-
-    m_poster->setAvailable(false);
-    m_poster->setPostSucceeds(false);
-    QVERIFY(!m_service->canPostKeystrokes());
-    QVERIFY(!m_service->postPasteKeystroke());
-
-    PasteService withoutPoster(m_pasteboard.get(), nullptr);
-    QVERIFY(!withoutPoster.canPostKeystrokes());
-    QVERIFY(!withoutPoster.postPasteKeystroke());
 }
 
 QTEST_GUILESS_MAIN(TestPasteService)

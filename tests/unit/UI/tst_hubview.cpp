@@ -230,12 +230,6 @@ private slots:
         click(item("desktopCard"));
         QCOMPARE(m_commander->count(QStringLiteral("toggleDesktopCover")), 1);
     }
-
-    void quickNumbersShownOnRows()
-    {
-        QCOMPARE(rowAt(0)->property("quickNumber").toInt(), 1);
-        QCOMPARE(rowAt(2)->property("quickNumber").toInt(), 3);
-    }
 };
 
 QTEST_MAIN(tst_HubView)

@@ -1,0 +1,98 @@
+#include "Mirror/AudioLevelStore.h"
+#include "Mirror/MicrophoneCapture.h"
+#include "Mirror/MicrophoneLevelMonitor.h"
+
+#include <QGuiApplication>
+#include <QSignalSpy>
+#include <QTemporaryDir>
+#include <QTest>
+
+#include <cmath>
+
+class tst_MicrophoneLevel : public QObject
+{
+    Q_OBJECT
+
+private Q_SLOTS:
+    void levelFromChannelPowers_data()
+    {
+        QTest::addColumn<QList<float>>("powers");
+        QTest::addColumn<double>("level");
+
+        QTest::addRow("-60 dB is silence") << QList<float>{-60} << 0.0;
+        QTest::addRow("-25 dB is half way") << QList<float>{-25} << 0.5;
+        QTest::addRow("+3 dB is clamped to full") << QList<float>{3} << 1.0;
+        QTest::addRow("channels are averaged in dB") << QList<float>{-20, -30} << 0.5;
+        QTest::addRow("no channels keeps the last level") << QList<float>{} << 0.7;
+    }
+
+    void levelFromChannelPowers()
+    {
+        QFETCH(QList<float>, powers);
+        AudioLevelStore store;
+        store.set(0.7);
+        store.recordPowers(powers);
+        QTEST(store.level(), "level");
+    }
+
+    // Interleaved frames are split by channel; the sine of the test session's microphone (amplitude
+    // 0.5) measures -9.03 dBFS whatever the sample format.
+    void channelPowersOfInterleavedSamples_data()
+    {
+        QTest::addColumn<int>("sampleFormat");
+        QTest::addRow("16-bit integers") << int(QAudioFormat::Int16);
+        QTest::addRow("floats") << int(QAudioFormat::Float);
+    }
+
+    void channelPowersOfInterleavedSamples()
+    {
+        QFETCH(int, sampleFormat);
+        QAudioFormat format;
+        format.setSampleRate(44100);
+        format.setChannelCount(2);
+        format.setSampleFormat(QAudioFormat::SampleFormat(sampleFormat));
+        QByteArray data;
+        for (int i = 0; i < 4410; ++i) {
+            const double sine = 0.5 * std::sin(2 * M_PI * 441 * i / 44100.0);
+            for (const double value : {sine, 0.0}) {
+                if (format.sampleFormat() == QAudioFormat::Float) {
+                    const float f = float(value);
+                    data.append(reinterpret_cast<const char *>(&f), sizeof f);
+                } else {
+                    const qint16 s = qint16(std::lround(value * 32767));
+                    data.append(reinterpret_cast<const char *>(&s), sizeof s);
+                }
+            }
+        }
+        const QList<float> powers = MicrophoneCapture::channelPowers(data.constData(), data.size(), format);
+        QCOMPARE(powers.size(), 2);
+        QVERIFY2(std::abs(powers[0] - -9.03f) < 0.05f, qPrintable(QString::number(powers[0])));
+        QVERIFY(powers[1] < -100);
+    }
+
+    void withoutSoundServerTheMeterIsUnavailable()
+    {
+        MicrophoneLevelMonitor monitor({});
+        monitor.start();
+        QCOMPARE(monitor.state(),
+                 MicrophoneMeterState::unavailable(MicrophoneLevelMonitor::noSoundServerMessage()));
+        QCOMPARE(monitor.stateLabel(), QStringLiteral("Mic unavailable"));
+        QCOMPARE(monitor.level(), 0.0);
+        monitor.stop();
+        QCOMPARE(monitor.stateLabel(), QStringLiteral("Mic off"));
+    }
+};
+
+int main(int argc, char **argv)
+{
+    // No sound server for this process: the test session's PulseAudio is reached through these.
+    QTemporaryDir runtime;
+    qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
+    qunsetenv("PULSE_SERVER");
+    qputenv("PULSE_CLIENTCONFIG", "/dev/null");
+    QGuiApplication app(argc, argv);
+    tst_MicrophoneLevel test;
+    return QTest::qExec(&test, argc, argv);
+}
+
+#include "tst_microphonelevel.moc"
