@@ -1,17 +1,10 @@
 #pragma once
 
+#include "Platform/DeviceAccess.h"
+
 #include <QStringList>
 
 #include <memory>
-
-// How far this process reaches a class of devices, as the operating system answers.
-enum class DeviceAccess
-{
-    open,       // it can be used
-    refused,    // it exists, but this process is turned away (device permissions, a privacy switch)
-    none,       // nothing of the kind is there
-    unexpected, // an answer that means none of the above
-};
 
 // The settings pages of the desktop that a permission row can open.
 enum class SettingsPage

@@ -17,10 +17,6 @@ public:
     bool hasAudioInput() const override;
     QStringList settingsCommand(SettingsPage page) const override;
 
-    // Where the audio server listens, from PULSE_SERVER or the runtime directory; empty when it is not a
-    // local socket, which leaves the answer to the device list.
-    static QString audioServerSocketPath();
-
 private:
     QString m_deviceDirectory;
     QStringList m_cameraSettings;
