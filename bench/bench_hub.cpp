@@ -6,13 +6,13 @@
 //       same split into ranking + model reset (synchronous) and the wait for the next frame;
 //   (c) ClipboardSearch::rank alone over 10,000 entries.
 
-#include "App/AppCoordinator.h"
-#include "BenchSupport.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
+#include "BenchSupport.h"
 #include "Clipboard/ClipboardCapture.h"
 #include "Clipboard/ClipboardSearch.h"
 #include "Clipboard/ClipboardStore.h"
+#include "Shell/AppCoordinator.h"
+#include "Shell/StatusItemController.h"
 #include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
@@ -44,8 +44,8 @@ namespace {
 
 void printRow(const char *what, const Figures &figures)
 {
-    std::printf("  %-44s median %8.2f ms   worst %8.2f ms   (n=%zu)\n", what, figures.median(), figures.worst(),
-                figures.count());
+    std::printf("  %-44s median %8.2f ms   worst %8.2f ms   (n=%zu)\n", what, figures.median(),
+                figures.worst(), figures.count());
 }
 
 // Keys pressed through XTest reach the server exactly like a keyboard's.
@@ -94,21 +94,24 @@ std::optional<ClipboardCapture> makeCapture(QRandomGenerator &random, int index,
                                                 .arg(index),
                                             source);
     case 2:
-        return ClipboardCapture::fromString(QStringLiteral("#%1").arg(random.bounded(0x1000000), 6, 16, QLatin1Char('0')),
-                                            source);
+        return ClipboardCapture::fromString(
+            QStringLiteral("#%1").arg(random.bounded(0x1000000), 6, 16, QLatin1Char('0')), source);
     case 3:
         return ClipboardCapture::fromFileURLs(
-            {QUrl::fromLocalFile(QStringLiteral("/home/ada/Documents/%1-%2.pdf").arg(words.at(random.bounded(words.size()))).arg(index))},
+            {QUrl::fromLocalFile(QStringLiteral("/home/ada/Documents/%1-%2.pdf")
+                                     .arg(words.at(random.bounded(words.size())))
+                                     .arg(index))},
             source);
     case 4:
         if (index % 3 == 0)
             return ClipboardCapture::fromImage(png, index, source);
         [[fallthrough]];
     case 5:
-        return ClipboardCapture::fromString(sentence(random, 12) + QLatin1Char('\n') + sentence(random, 18), source);
-    default:
-        return ClipboardCapture::fromString(sentence(random, 1 + random.bounded(8)) + QStringLiteral(" #%1").arg(index),
+        return ClipboardCapture::fromString(sentence(random, 12) + QLatin1Char('\n') + sentence(random, 18),
                                             source);
+    default:
+        return ClipboardCapture::fromString(
+            sentence(random, 1 + random.bounded(8)) + QStringLiteral(" #%1").arg(index), source);
     }
 }
 
@@ -164,7 +167,8 @@ int main(int argc, char **argv)
     // 200 entries of every kind, on disk as the app keeps them.
     const QString historyPath = home.path() + QStringLiteral("/data/history.sqlite");
     {
-        std::unique_ptr<ClipboardStore> store = ClipboardStore::open(historyPath, ClipboardStore::defaultHistoryLimit);
+        std::unique_ptr<ClipboardStore> store =
+            ClipboardStore::open(historyPath, ClipboardStore::defaultHistoryLimit);
         QRandomGenerator random(7);
         const QByteArray png = samplePng();
         const QDateTime start = QDateTime::currentDateTime().addSecs(-3 * 24 * 3600);
@@ -199,10 +203,13 @@ int main(int argc, char **argv)
     // The first frame after a mark, stamped where the frame is swapped (the render thread, if any).
     std::atomic<bool> armed{false};
     std::atomic<qint64> swappedAt{0};
-    QObject::connect(view, &QQuickWindow::frameSwapped, view, [&] {
-        if (armed.exchange(false))
-            swappedAt = steadyNanoseconds();
-    }, Qt::DirectConnection);
+    QObject::connect(
+        view, &QQuickWindow::frameSwapped, view,
+        [&] {
+            if (armed.exchange(false))
+                swappedAt = steadyNanoseconds();
+        },
+        Qt::DirectConnection);
     const auto arm = [&] {
         swappedAt = 0;
         armed = true;
@@ -258,7 +265,9 @@ int main(int argc, char **argv)
             const qint64 pressed = steadyNanoseconds();
             keyboard.tap({}, erase ? XK_BackSpace : letters[run % 10]);
             if (!waitUntil([&] { return resetAt != 0 && swappedAt != 0; }))
-                return std::fprintf(stderr, "bench_hub: no new results on screen after a key (run %d)\n", run), 1;
+                return std::fprintf(stderr, "bench_hub: no new results on screen after a key (run %d)\n",
+                                    run),
+                       1;
             (erase ? erased : typed).add((swappedAt - pressed) / 1e6);
             spin(120);
         }
@@ -293,8 +302,9 @@ int main(int argc, char **argv)
     const ClipboardHistoryEntries large = makeEntries(10000);
     std::printf("\n(c) ClipboardSearch::rank over %lld entries\n", static_cast<long long>(large.size()));
     Figures allQueries;
-    for (const QString &query : {QStringLiteral("e"), QStringLiteral("in"), QStringLiteral("notes"),
-                                 QStringLiteral("https"), QStringLiteral("resume"), QStringLiteral("qzxjv")}) {
+    for (const QString &query :
+         {QStringLiteral("e"), QStringLiteral("in"), QStringLiteral("notes"), QStringLiteral("https"),
+          QStringLiteral("resume"), QStringLiteral("qzxjv")}) {
         Figures figures;
         qsizetype matches = 0;
         for (int run = 0; run < 15; ++run) {

@@ -158,7 +158,8 @@ int main(int argc, char **argv)
         StallMeter stalls;
         stalls.start();
         PeerProcess peer(QStringLiteral(HALCY_CLIPBOARD_PEER));
-        if (!startClipboardPeer(peer, {QStringLiteral("--data"), copy.type + QLatin1Char('=') + copy.file}, 60000))
+        if (!startClipboardPeer(peer, {QStringLiteral("--data"), copy.type + QLatin1Char('=') + copy.file},
+                                60000))
             return 1;
         // From the moment the other process holds the clipboard until well after the monitor has dealt
         // with it: reading, hashing and saving included.

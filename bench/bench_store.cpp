@@ -90,10 +90,12 @@ int main(int argc, char *argv[])
     };
     Figures inserts;
     Figures refreshes;
-    if (!timeInserts(1000, [&](int i) { return index + i; }, inserts))
+    if (!timeInserts(
+            1000, [&](int i) { return index + i; }, inserts))
         return 1;
     index += 1000;
-    if (!timeInserts(200, [&](int i) { return index - 1 - (i % 100); }, refreshes))
+    if (!timeInserts(
+            200, [&](int i) { return index - 1 - (i % 100); }, refreshes))
         return 1;
 
     Figures reads;

@@ -4,14 +4,15 @@
 // Writes hub-light.png and hub-dark.png (the window) and hub-*-on-screen.png (the hub in place under
 // the tray icon, as grabbed from the screen).
 
-#include "App/AppCoordinator.h"
+#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 #include "BenchSupport.h"
 #include "Clipboard/ClipboardCapture.h"
 #include "Clipboard/ClipboardStore.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
+#include "UI/Theme.h"
 
 #include <QApplication>
 #include <QBuffer>
@@ -141,7 +142,7 @@ int main(int argc, char **argv)
     QQuickView *view = hub->view();
     for (const bool dark : {false, true}) {
         const QString name = QLatin1String(dark ? "dark" : "light");
-        hub->controller()->setDarkMode(dark);
+        hub->theme()->setDark(dark);
         spin(400);
         const QString windowPath = outputDir + QStringLiteral("/hub-%1.png").arg(name);
         if (!view->grabWindow().save(windowPath))

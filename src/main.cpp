@@ -1,14 +1,14 @@
-#include "App/AppCoordinator.h"
 #include "App/InstanceChannel.h"
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/DesktopSession.h"
 #include "Platform/TerminationSignals.h"
+#include "Shell/AppCoordinator.h"
 
 #include <QApplication>
-#include <QQuickWindow>
-#include <QSGRendererInterface>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
+#include <QQuickWindow>
+#include <QSGRendererInterface>
 #include <QThread>
 
 #include <cstdio>
@@ -81,7 +81,8 @@ int main(int argc, char **argv)
         verbDescriptions());
     const QCommandLineOption helpOption = parser.addHelpOption();
     const QCommandLineOption versionOption = parser.addVersionOption();
-    parser.addPositionalArgument(QStringLiteral("command"), QStringLiteral("One of the commands below (optional)."),
+    parser.addPositionalArgument(QStringLiteral("command"),
+                                 QStringLiteral("One of the commands below (optional)."),
                                  QStringLiteral("[command]"));
     if (!parser.parse(arguments)) {
         printLine(stderr, parser.errorText());
@@ -98,7 +99,8 @@ int main(int argc, char **argv)
     const QStringList positional = parser.positionalArguments();
     const QString verb = positional.value(0);
     if (positional.size() > 1 || (!verb.isEmpty() && !InstanceChannel::verbs().contains(verb))) {
-        printLine(stderr, QStringLiteral("Unknown command \"%1\". Try: halcy --help").arg(positional.join(u' ')));
+        printLine(stderr,
+                  QStringLiteral("Unknown command \"%1\". Try: halcy --help").arg(positional.join(u' ')));
         return 2;
     }
 

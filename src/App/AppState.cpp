@@ -2,144 +2,74 @@
 
 #include "App/Preferences.h"
 #include "Clipboard/ClipboardSearch.h"
+#include "Core/GuiThread.h"
 
-#include <QThread>
-#include <QCoreApplication>
+#include <QMetaProperty>
+
+const std::vector<PreferenceRow> &AppState::preferenceRows()
+{
+    static const std::vector<PreferenceRow> rows{
+        PreferenceRow::flag("clipboardEnabled", true),
+        PreferenceRow::flag("mirrorEnabled", true),
+        PreferenceRow::flag("desktopEnabled", true),
+        PreferenceRow::lenientFlag("clipboardPaused", false),
+        PreferenceRow::choice("hideDesktopFill", DesktopFill::matchWallpaper),
+        PreferenceRow::color("desktopSolidColor", brandInkColor()),
+        PreferenceRow::flag("desktopCoverConsumesClicks", true),
+        PreferenceRow::flag("desktopDoubleClickToReveal", false),
+        PreferenceRow::choice("mirrorShape", MirrorShape::roundedRectangle),
+        PreferenceRow::flag("mirrorFlipDefault", true),
+        PreferenceRow::flag("excludeMirrorFromScreenShare", false),
+        PreferenceRow::flag("mirrorShowMicLevel", true),
+        PreferenceRow::choice("defaultPasteMode", PasteMode::formatted),
+    };
+    return rows;
+}
 
 namespace {
 
-// Defaults of the persisted fields: what a fresh install reads and what a reset restores.
-namespace Defaults {
-constexpr bool clipboardEnabled = true;
-constexpr bool mirrorEnabled = true;
-constexpr bool desktopEnabled = true;
-constexpr bool clipboardPaused = false;
-constexpr DesktopFill hideDesktopFill = DesktopFill::matchWallpaper;
-constexpr bool desktopCoverConsumesClicks = true;
-constexpr bool desktopDoubleClickToReveal = false;
-constexpr MirrorShape mirrorShape = MirrorShape::roundedRectangle;
-constexpr bool mirrorFlipDefault = true;
-constexpr bool excludeMirrorFromScreenShare = false;
-constexpr bool mirrorShowMicLevel = true;
-constexpr PasteMode defaultPasteMode = PasteMode::formatted;
-} // namespace Defaults
-
-#define HALCY_KEY(field) Preferences::key(#field)
-
-void assertGuiThread()
+std::size_t rowIndex(const char *field)
 {
-    Q_ASSERT(!QCoreApplication::instance() || QThread::currentThread() == QCoreApplication::instance()->thread());
+    const std::vector<PreferenceRow> &rows = AppState::preferenceRows();
+    for (std::size_t i = 0; i < rows.size(); ++i) {
+        if (qstrcmp(rows[i].field, field) == 0)
+            return i;
+    }
+    qFatal("AppState has no preference row named %s", field);
 }
 
 } // namespace
 
-AppState::AppState(Preferences *preferences, QObject *parent)
-    : QObject(parent),
-      m_preferences(preferences),
-      m_clipboardEnabled(preferences->strictBool(HALCY_KEY(clipboardEnabled), Defaults::clipboardEnabled)),
-      m_mirrorEnabled(preferences->strictBool(HALCY_KEY(mirrorEnabled), Defaults::mirrorEnabled)),
-      m_desktopEnabled(preferences->strictBool(HALCY_KEY(desktopEnabled), Defaults::desktopEnabled)),
-      m_clipboardPaused(preferences->plainBool(HALCY_KEY(clipboardPaused))),
-      m_hideDesktopFill(preferences->enumValue(HALCY_KEY(hideDesktopFill), Defaults::hideDesktopFill)),
-      m_desktopSolidColor(preferences->colorValue(HALCY_KEY(desktopSolidColor), brandInkColor())),
-      m_desktopCoverConsumesClicks(
-          preferences->strictBool(HALCY_KEY(desktopCoverConsumesClicks), Defaults::desktopCoverConsumesClicks)),
-      m_desktopDoubleClickToReveal(
-          preferences->strictBool(HALCY_KEY(desktopDoubleClickToReveal), Defaults::desktopDoubleClickToReveal)),
-      m_mirrorShape(preferences->enumValue(HALCY_KEY(mirrorShape), Defaults::mirrorShape)),
-      m_mirrorFlipDefault(preferences->strictBool(HALCY_KEY(mirrorFlipDefault), Defaults::mirrorFlipDefault)),
-      m_excludeMirrorFromScreenShare(
-          preferences->strictBool(HALCY_KEY(excludeMirrorFromScreenShare), Defaults::excludeMirrorFromScreenShare)),
-      m_mirrorShowMicLevel(preferences->strictBool(HALCY_KEY(mirrorShowMicLevel), Defaults::mirrorShowMicLevel)),
-      m_defaultPasteMode(preferences->enumValue(HALCY_KEY(defaultPasteMode), Defaults::defaultPasteMode))
+AppState::AppState(Preferences *preferences, QObject *parent) : QObject(parent), m_preferences(preferences)
 {
+    for (const PreferenceRow &row : preferenceRows()) {
+        Q_ASSERT_X(metaObject()->indexOfProperty(row.field) >= 0, "AppState", row.field);
+        m_preferenceValues.push_back(preferences->read(row));
+    }
 }
 
-void AppState::persistBool(bool &member, bool value, const char *field, void (AppState::*changed)())
+QVariant AppState::preference(const char *field) const
+{
+    return m_preferenceValues[rowIndex(field)];
+}
+
+void AppState::setPreference(const char *field, const QVariant &value)
 {
     assertGuiThread();
-    m_preferences->setBool(Preferences::key(field), value);
-    if (member == value)
+    const std::size_t index = rowIndex(field);
+    if (!m_preferences->write(preferenceRows()[index], value))
         return;
-    member = value;
-    emit(this->*changed)();
-}
-
-template <typename E>
-void AppState::persistEnum(E &member, E value, const char *field, void (AppState::*changed)())
-{
-    assertGuiThread();
-    m_preferences->setEnum(Preferences::key(field), value);
-    if (member == value)
+    if (m_preferenceValues[index] == value)
         return;
-    member = value;
-    emit(this->*changed)();
+    m_preferenceValues[index] = value;
+    const QMetaProperty property = metaObject()->property(metaObject()->indexOfProperty(field));
+    property.notifySignal().invoke(this);
 }
 
-// Persisted fields: written on every set, announced only on change.
-void AppState::setClipboardEnabled(bool value)
+void AppState::resetToDefaults()
 {
-    persistBool(m_clipboardEnabled, value, "clipboardEnabled", &AppState::clipboardEnabledChanged);
-}
-void AppState::setMirrorEnabled(bool value)
-{
-    persistBool(m_mirrorEnabled, value, "mirrorEnabled", &AppState::mirrorEnabledChanged);
-}
-void AppState::setDesktopEnabled(bool value)
-{
-    persistBool(m_desktopEnabled, value, "desktopEnabled", &AppState::desktopEnabledChanged);
-}
-void AppState::setClipboardPaused(bool value)
-{
-    persistBool(m_clipboardPaused, value, "clipboardPaused", &AppState::clipboardPausedChanged);
-}
-void AppState::setDesktopCoverConsumesClicks(bool value)
-{
-    persistBool(m_desktopCoverConsumesClicks, value, "desktopCoverConsumesClicks",
-                &AppState::desktopCoverConsumesClicksChanged);
-}
-void AppState::setDesktopDoubleClickToReveal(bool value)
-{
-    persistBool(m_desktopDoubleClickToReveal, value, "desktopDoubleClickToReveal",
-                &AppState::desktopDoubleClickToRevealChanged);
-}
-void AppState::setMirrorFlipDefault(bool value)
-{
-    persistBool(m_mirrorFlipDefault, value, "mirrorFlipDefault", &AppState::mirrorFlipDefaultChanged);
-}
-void AppState::setExcludeMirrorFromScreenShare(bool value)
-{
-    persistBool(m_excludeMirrorFromScreenShare, value, "excludeMirrorFromScreenShare",
-                &AppState::excludeMirrorFromScreenShareChanged);
-}
-void AppState::setMirrorShowMicLevel(bool value)
-{
-    persistBool(m_mirrorShowMicLevel, value, "mirrorShowMicLevel", &AppState::mirrorShowMicLevelChanged);
-}
-
-void AppState::setHideDesktopFill(DesktopFill value)
-{
-    persistEnum(m_hideDesktopFill, value, "hideDesktopFill", &AppState::hideDesktopFillChanged);
-}
-
-void AppState::setMirrorShape(MirrorShape value)
-{
-    persistEnum(m_mirrorShape, value, "mirrorShape", &AppState::mirrorShapeChanged);
-}
-
-void AppState::setDefaultPasteMode(PasteMode value)
-{
-    persistEnum(m_defaultPasteMode, value, "defaultPasteMode", &AppState::defaultPasteModeChanged);
-}
-
-void AppState::setDesktopSolidColor(const QColor &value)
-{
-    assertGuiThread();
-    m_preferences->setColor(HALCY_KEY(desktopSolidColor), value);
-    if (m_desktopSolidColor == value)
-        return;
-    m_desktopSolidColor = value;
-    emit desktopSolidColorChanged();
+    for (const PreferenceRow &row : preferenceRows())
+        setPreference(row.field, row.defaultValue);
 }
 
 // Session fields.
@@ -230,8 +160,8 @@ void AppState::applyEntries(const ClipboardHistoryEntries &entries, const QUuid 
     if (!preferredSelection.isNull())
         setSelectedClipboardEntryID(preferredSelection);
     else
-        setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid()
-                                                                        : m_visibleClipboardEntries.first().id);
+        setSelectedClipboardEntryID(
+            m_visibleClipboardEntries.isEmpty() ? QUuid() : m_visibleClipboardEntries.first().id);
 }
 
 void AppState::removeEntry(const QUuid &id)
@@ -256,7 +186,8 @@ void AppState::repairSelection()
         if (entry.id == m_selectedClipboardEntryID)
             return;
     }
-    setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid() : m_visibleClipboardEntries.first().id);
+    setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid()
+                                                                    : m_visibleClipboardEntries.first().id);
 }
 
 QString AppState::pastedMessage()
@@ -293,26 +224,21 @@ void AppState::applyPasteResult(PasteResult result)
 DesktopCoverConfiguration AppState::desktopCoverConfiguration() const
 {
     DesktopCoverConfiguration configuration;
-    configuration.fill = m_hideDesktopFill;
-    configuration.solidColor = m_desktopSolidColor;
-    configuration.consumesClicks = m_desktopCoverConsumesClicks;
-    configuration.doubleClickReveals = m_desktopDoubleClickToReveal;
+    configuration.fill = hideDesktopFill();
+    configuration.solidColor = desktopSolidColor();
+    configuration.consumesClicks = desktopCoverConsumesClicks();
+    configuration.doubleClickReveals = desktopDoubleClickToReveal();
     return configuration;
 }
 
-void AppState::resetToDefaults()
+QVariantList AppState::shortcutRows() const
 {
-    setClipboardEnabled(Defaults::clipboardEnabled);
-    setClipboardPaused(Defaults::clipboardPaused);
-    setMirrorEnabled(Defaults::mirrorEnabled);
-    setDesktopEnabled(Defaults::desktopEnabled);
-    setHideDesktopFill(Defaults::hideDesktopFill);
-    setDesktopSolidColor(brandInkColor());
-    setDesktopCoverConsumesClicks(Defaults::desktopCoverConsumesClicks);
-    setDesktopDoubleClickToReveal(Defaults::desktopDoubleClickToReveal);
-    setMirrorShape(Defaults::mirrorShape);
-    setMirrorFlipDefault(Defaults::mirrorFlipDefault);
-    setExcludeMirrorFromScreenShare(Defaults::excludeMirrorFromScreenShare);
-    setMirrorShowMicLevel(Defaults::mirrorShowMicLevel);
-    setDefaultPasteMode(Defaults::defaultPasteMode);
+    QVariantList rows;
+    for (const KeyboardShortcutDescriptor &shortcut : m_shortcuts) {
+        rows << QVariantMap{{QStringLiteral("id"), shortcut.id},
+                            {QStringLiteral("title"), shortcut.title},
+                            {QStringLiteral("key"), shortcut.key},
+                            {QStringLiteral("display"), shortcut.displayForm()}};
+    }
+    return rows;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/PasteResult.h"
+#include "App/PreferenceRow.h"
 #include "App/SettingsTab.h"
 #include "Clipboard/ClipboardHistoryEntry.h"
 #include "Clipboard/PasteMode.h"
@@ -12,18 +13,49 @@
 #include <QObject>
 #include <QString>
 #include <QUuid>
+#include <QVariantList>
+#include <QtQml/qqmlregistration.h>
+
+#include <vector>
 
 class Preferences;
+
+// A persisted field of AppState: its property, getter, setter and change signal. The field's row in
+// AppState::preferenceRows() (same name) gives its key, default and validation.
+// clang-format off
+#define HALCY_PREFERENCE(Type, name, setter)                                                                 \
+    Q_PROPERTY(Type name READ name WRITE setter NOTIFY name##Changed)                                        \
+public:                                                                                                      \
+    Type name() const { return preference(#name).value<Type>(); }                                            \
+    void setter(const Type &value) { setPreference(#name, QVariant::fromValue(value)); }                     \
+    Q_SIGNAL void name##Changed();                                                                           \
+                                                                                                             \
+private:
+// clang-format on
 
 // The one observable object every view, the tray icon and the coordinator share. Persisted fields
 // write themselves through Preferences each time they are set. GUI thread only.
 class AppState final : public QObject
 {
     Q_OBJECT
-    Q_PROPERTY(bool clipboardEnabled READ clipboardEnabled WRITE setClipboardEnabled NOTIFY clipboardEnabledChanged)
-    Q_PROPERTY(bool mirrorEnabled READ mirrorEnabled WRITE setMirrorEnabled NOTIFY mirrorEnabledChanged)
-    Q_PROPERTY(bool desktopEnabled READ desktopEnabled WRITE setDesktopEnabled NOTIFY desktopEnabledChanged)
-    Q_PROPERTY(bool clipboardPaused READ clipboardPaused WRITE setClipboardPaused NOTIFY clipboardPausedChanged)
+    QML_ELEMENT
+    QML_UNCREATABLE("One per process, owned by the coordinator")
+    // Persisted: one line here and one row in preferenceRows() per field.
+    HALCY_PREFERENCE(bool, clipboardEnabled, setClipboardEnabled)
+    HALCY_PREFERENCE(bool, mirrorEnabled, setMirrorEnabled)
+    HALCY_PREFERENCE(bool, desktopEnabled, setDesktopEnabled)
+    HALCY_PREFERENCE(bool, clipboardPaused, setClipboardPaused)
+    HALCY_PREFERENCE(Desktop::DesktopFill, hideDesktopFill, setHideDesktopFill)
+    HALCY_PREFERENCE(QColor, desktopSolidColor, setDesktopSolidColor)
+    HALCY_PREFERENCE(bool, desktopCoverConsumesClicks, setDesktopCoverConsumesClicks)
+    HALCY_PREFERENCE(bool, desktopDoubleClickToReveal, setDesktopDoubleClickToReveal)
+    HALCY_PREFERENCE(Mirror::MirrorShape, mirrorShape, setMirrorShape)
+    HALCY_PREFERENCE(bool, mirrorFlipDefault, setMirrorFlipDefault)
+    HALCY_PREFERENCE(bool, excludeMirrorFromScreenShare, setExcludeMirrorFromScreenShare)
+    HALCY_PREFERENCE(bool, mirrorShowMicLevel, setMirrorShowMicLevel)
+    HALCY_PREFERENCE(Clipboard::PasteMode, defaultPasteMode, setDefaultPasteMode)
+
+    // Session state.
     Q_PROPERTY(bool mirrorOpen READ mirrorOpen WRITE setMirrorOpen NOTIFY mirrorOpenChanged)
     Q_PROPERTY(bool desktopHidden READ desktopHidden WRITE setDesktopHidden NOTIFY desktopHiddenChanged)
     Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
@@ -31,29 +63,18 @@ class AppState final : public QObject
                    NOTIFY selectedClipboardEntryIDChanged)
     Q_PROPERTY(QString clipboardStatusMessage READ clipboardStatusMessage WRITE setClipboardStatusMessage
                    NOTIFY clipboardStatusMessageChanged)
-    Q_PROPERTY(QColor desktopSolidColor READ desktopSolidColor WRITE setDesktopSolidColor
-                   NOTIFY desktopSolidColorChanged)
-    Q_PROPERTY(bool desktopCoverConsumesClicks READ desktopCoverConsumesClicks WRITE setDesktopCoverConsumesClicks
-                   NOTIFY desktopCoverConsumesClicksChanged)
-    Q_PROPERTY(bool desktopDoubleClickToReveal READ desktopDoubleClickToReveal WRITE setDesktopDoubleClickToReveal
-                   NOTIFY desktopDoubleClickToRevealChanged)
-    Q_PROPERTY(bool mirrorFlipDefault READ mirrorFlipDefault WRITE setMirrorFlipDefault NOTIFY mirrorFlipDefaultChanged)
-    Q_PROPERTY(bool excludeMirrorFromScreenShare READ excludeMirrorFromScreenShare
-                   WRITE setExcludeMirrorFromScreenShare NOTIFY excludeMirrorFromScreenShareChanged)
-    Q_PROPERTY(bool mirrorShowMicLevel READ mirrorShowMicLevel WRITE setMirrorShowMicLevel
-                   NOTIFY mirrorShowMicLevelChanged)
     Q_PROPERTY(QString updateMessage READ updateMessage WRITE setUpdateMessage NOTIFY updateMessageChanged)
-    Q_PROPERTY(bool isCheckingForUpdates READ isCheckingForUpdates WRITE setIsCheckingForUpdates
-                   NOTIFY isCheckingForUpdatesChanged)
+    Q_PROPERTY(bool isCheckingForUpdates READ isCheckingForUpdates WRITE setIsCheckingForUpdates NOTIFY
+                   isCheckingForUpdatesChanged)
+    Q_PROPERTY(Settings::SettingsTab selectedSettingsTab READ selectedSettingsTab WRITE setSelectedSettingsTab
+                   NOTIFY selectedSettingsTabChanged)
+    // The fixed table of global shortcuts, one map (id, title, key, display) per row.
+    Q_PROPERTY(QVariantList shortcuts READ shortcutRows CONSTANT)
 
 public:
     // Reads every persisted field; writes nothing.
     explicit AppState(Preferences *preferences, QObject *parent = nullptr);
 
-    bool clipboardEnabled() const { return m_clipboardEnabled; }
-    bool mirrorEnabled() const { return m_mirrorEnabled; }
-    bool desktopEnabled() const { return m_desktopEnabled; }
-    bool clipboardPaused() const { return m_clipboardPaused; }
     bool mirrorOpen() const { return m_mirrorOpen; }
     bool desktopHidden() const { return m_desktopHidden; }
     QString searchQuery() const { return m_searchQuery; }
@@ -63,40 +84,22 @@ public:
     // Null when there is no message.
     QString clipboardStatusMessage() const { return m_clipboardStatusMessage; }
     const ClipboardHistoryEntries &visibleClipboardEntries() const { return m_visibleClipboardEntries; }
-    DesktopFill hideDesktopFill() const { return m_hideDesktopFill; }
-    QColor desktopSolidColor() const { return m_desktopSolidColor; }
-    bool desktopCoverConsumesClicks() const { return m_desktopCoverConsumesClicks; }
-    bool desktopDoubleClickToReveal() const { return m_desktopDoubleClickToReveal; }
-    MirrorShape mirrorShape() const { return m_mirrorShape; }
-    bool mirrorFlipDefault() const { return m_mirrorFlipDefault; }
-    bool excludeMirrorFromScreenShare() const { return m_excludeMirrorFromScreenShare; }
-    bool mirrorShowMicLevel() const { return m_mirrorShowMicLevel; }
-    PasteMode defaultPasteMode() const { return m_defaultPasteMode; }
     QString updateMessage() const { return m_updateMessage; }
     bool isCheckingForUpdates() const { return m_isCheckingForUpdates; }
     SettingsTab selectedSettingsTab() const { return m_selectedSettingsTab; }
     // The fixed table of global shortcuts.
     const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
+    QVariantList shortcutRows() const;
 
-    void setClipboardEnabled(bool value);
-    void setMirrorEnabled(bool value);
-    void setDesktopEnabled(bool value);
-    void setClipboardPaused(bool value);
+    // Every persisted field, in the order settings lists them.
+    static const std::vector<PreferenceRow> &preferenceRows();
+
     void setMirrorOpen(bool value);
     void setDesktopHidden(bool value);
     void setSearchQuery(const QString &value);
     void setSelectedClipboardEntryID(const QUuid &value);
     void setClipboardEntries(const ClipboardHistoryEntries &entries);
     void setClipboardStatusMessage(const QString &value);
-    void setHideDesktopFill(DesktopFill value);
-    void setDesktopSolidColor(const QColor &value);
-    void setDesktopCoverConsumesClicks(bool value);
-    void setDesktopDoubleClickToReveal(bool value);
-    void setMirrorShape(MirrorShape value);
-    void setMirrorFlipDefault(bool value);
-    void setExcludeMirrorFromScreenShare(bool value);
-    void setMirrorShowMicLevel(bool value);
-    void setDefaultPasteMode(PasteMode value);
     void setUpdateMessage(const QString &value);
     void setIsCheckingForUpdates(bool value);
     void setSelectedSettingsTab(SettingsTab value);
@@ -108,7 +111,7 @@ public:
     // Drops an entry from the in-memory list only; the store is not touched.
     void removeEntry(const QUuid &id);
     DesktopCoverConfiguration desktopCoverConfiguration() const;
-    // Every persisted preference back to its default, each written and announced.
+    // Every persisted preference back to its default, each written; changed ones are announced.
     void resetToDefaults();
 
     static QString pastedMessage();
@@ -116,10 +119,6 @@ public:
     static QString cannotPasteMessage();
 
 signals:
-    void clipboardEnabledChanged();
-    void mirrorEnabledChanged();
-    void desktopEnabledChanged();
-    void clipboardPausedChanged();
     void mirrorOpenChanged();
     void desktopHiddenChanged();
     void searchQueryChanged();
@@ -127,30 +126,20 @@ signals:
     void clipboardEntriesChanged();
     void clipboardStatusMessageChanged();
     void visibleClipboardEntriesChanged();
-    void hideDesktopFillChanged();
-    void desktopSolidColorChanged();
-    void desktopCoverConsumesClicksChanged();
-    void desktopDoubleClickToRevealChanged();
-    void mirrorShapeChanged();
-    void mirrorFlipDefaultChanged();
-    void excludeMirrorFromScreenShareChanged();
-    void mirrorShowMicLevelChanged();
-    void defaultPasteModeChanged();
     void updateMessageChanged();
     void isCheckingForUpdatesChanged();
     void selectedSettingsTabChanged();
 
 private:
-    void persistBool(bool &member, bool value, const char *field, void (AppState::*changed)());
-    template <typename E> void persistEnum(E &member, E value, const char *field, void (AppState::*changed)());
+    QVariant preference(const char *field) const;
+    // Written on every set, announced only on change.
+    void setPreference(const char *field, const QVariant &value);
     void repairSelection();
 
     Preferences *m_preferences;
+    // Parallel to preferenceRows().
+    std::vector<QVariant> m_preferenceValues;
 
-    bool m_clipboardEnabled;
-    bool m_mirrorEnabled;
-    bool m_desktopEnabled;
-    bool m_clipboardPaused;
     bool m_mirrorOpen = false;
     bool m_desktopHidden = false;
     QString m_searchQuery;
@@ -158,15 +147,6 @@ private:
     ClipboardHistoryEntries m_clipboardEntries;
     QString m_clipboardStatusMessage;
     ClipboardHistoryEntries m_visibleClipboardEntries;
-    DesktopFill m_hideDesktopFill;
-    QColor m_desktopSolidColor;
-    bool m_desktopCoverConsumesClicks;
-    bool m_desktopDoubleClickToReveal;
-    MirrorShape m_mirrorShape;
-    bool m_mirrorFlipDefault;
-    bool m_excludeMirrorFromScreenShare;
-    bool m_mirrorShowMicLevel;
-    PasteMode m_defaultPasteMode;
     QString m_updateMessage;
     bool m_isCheckingForUpdates = false;
     SettingsTab m_selectedSettingsTab = SettingsTab::general;

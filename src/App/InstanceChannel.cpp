@@ -1,6 +1,6 @@
 #include "App/InstanceChannel.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QDir>
 #include <QLocalServer>
@@ -52,7 +52,8 @@ InstanceChannel::~InstanceChannel()
 bool InstanceChannel::claim()
 {
     QDir().mkpath(m_directory);
-    QFile::setPermissions(m_directory, QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
+    QFile::setPermissions(m_directory,
+                          QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
     m_lock = std::make_unique<QLockFile>(lockPath(m_directory));
     // A lock left by a crashed instance is taken over once its process is gone.
     m_lock->setStaleLockTime(0);
@@ -96,7 +97,8 @@ void InstanceChannel::acceptConnection()
     }
 }
 
-InstanceChannel::SendResult InstanceChannel::send(const QString &verb, const QString &directory, int timeoutMs)
+InstanceChannel::SendResult InstanceChannel::send(const QString &verb, const QString &directory,
+                                                  int timeoutMs)
 {
     QLocalSocket socket;
     socket.connectToServer(socketPath(directory));

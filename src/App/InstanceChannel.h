@@ -25,9 +25,16 @@ public:
     bool claim();
     bool listen(QString *error = nullptr);
 
-    enum class SendResult { delivered, notRunning, rejected, noAnswer };
+    enum class SendResult
+    {
+        delivered,
+        notRunning,
+        rejected,
+        noAnswer
+    };
     // Client side: hands one verb to the running instance and waits briefly for its answer.
-    static SendResult send(const QString &verb, const QString &directory = runtimeDirectory(), int timeoutMs = 3000);
+    static SendResult send(const QString &verb, const QString &directory = runtimeDirectory(),
+                           int timeoutMs = 3000);
 
 signals:
     void verbReceived(const QString &verb);

@@ -1,4 +1,9 @@
 #pragma once
 
 // How a paste command ended; AppState turns it into the status line.
-enum class PasteResult { pasted, copiedOnly, cannotPaste };
+enum class PasteResult
+{
+    pasted,
+    copiedOnly,
+    cannotPaste
+};

@@ -1,6 +1,6 @@
 #include "App/Permissions.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/PermissionProbe.h"
 
 #include <QProcess>

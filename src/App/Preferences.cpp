@@ -1,6 +1,7 @@
 #include "App/Preferences.h"
 
-#include "App/Logging.h"
+#include "App/PreferenceRow.h"
+#include "Core/Logging.h"
 
 #include <QDateTime>
 #include <QDir>
@@ -39,23 +40,9 @@ bool writeJson(QIODevice &device, const QSettings::SettingsMap &map)
 
 QSettings::Format jsonFormat()
 {
-    static const QSettings::Format format = QSettings::registerFormat(QStringLiteral("json"), readJson, writeJson);
+    static const QSettings::Format format =
+        QSettings::registerFormat(QStringLiteral("json"), readJson, writeJson);
     return format;
-}
-
-bool isNumber(const QVariant &value)
-{
-    switch (value.typeId()) {
-    case QMetaType::Double:
-    case QMetaType::Float:
-    case QMetaType::Int:
-    case QMetaType::LongLong:
-    case QMetaType::UInt:
-    case QMetaType::ULongLong:
-        return true;
-    default:
-        return false;
-    }
 }
 
 } // namespace
@@ -93,75 +80,23 @@ Preferences::Preferences(const QString &filePath, QObject *parent) : QObject(par
 
 Preferences::~Preferences() = default;
 
-bool Preferences::contains(const QString &key) const
+QVariant Preferences::read(const PreferenceRow &row) const
 {
-    return m_settings->contains(key);
+    const QVariant value = row.fromStored(m_settings->value(row.key()));
+    return value.isValid() ? value : row.defaultValue;
 }
 
-QVariant Preferences::value(const QString &key) const
+bool Preferences::write(const PreferenceRow &row, const QVariant &value)
 {
-    return m_settings->value(key);
-}
-
-bool Preferences::strictBool(const QString &key, bool defaultValue) const
-{
-    const QVariant stored = value(key);
-    return stored.typeId() == QMetaType::Bool ? stored.toBool() : defaultValue;
-}
-
-bool Preferences::plainBool(const QString &key) const
-{
-    const QVariant stored = value(key);
-    if (stored.typeId() == QMetaType::Bool)
-        return stored.toBool();
-    if (isNumber(stored))
-        return stored.toDouble() != 0.0;
-    if (stored.typeId() == QMetaType::QString) {
-        const QString text = stored.toString().trimmed().toLower();
-        return text == QLatin1String("true") || text == QLatin1String("yes") ||
-               (!text.isEmpty() && text.toDouble() != 0.0);
+    const QVariant stored = row.toStored(value);
+    if (!stored.isValid()) {
+        qCWarning(lcPreferences) << "Refused to store" << value << "as" << row.key();
+        return false;
     }
-    return false;
-}
-
-QColor Preferences::colorValue(const QString &key, const QColor &defaultValue) const
-{
-    const QVariant stored = value(key);
-    if (stored.typeId() != QMetaType::QVariantList)
-        return defaultValue;
-    const QVariantList components = stored.toList();
-    if (components.size() != 4)
-        return defaultValue;
-    float rgba[4];
-    for (int i = 0; i < 4; ++i) {
-        if (!isNumber(components.at(i)))
-            return defaultValue;
-        rgba[i] = static_cast<float>(qBound(0.0, components.at(i).toDouble(), 1.0));
-    }
-    return QColor::fromRgbF(rgba[0], rgba[1], rgba[2], rgba[3]);
-}
-
-void Preferences::setBool(const QString &key, bool value)
-{
-    write(key, value);
-}
-
-void Preferences::setString(const QString &key, const QString &value)
-{
-    write(key, value);
-}
-
-void Preferences::setColor(const QString &key, const QColor &value)
-{
-    const QColor rgb = value.toRgb().isValid() ? value.toRgb() : value;
-    write(key, QVariantList{double(rgb.redF()), double(rgb.greenF()), double(rgb.blueF()), double(rgb.alphaF())});
-}
-
-void Preferences::write(const QString &key, const QVariant &value)
-{
     QDir().mkpath(QFileInfo(m_filePath).absolutePath());
-    m_settings->setValue(key, value);
+    m_settings->setValue(row.key(), stored);
     m_settings->sync();
     if (m_settings->status() != QSettings::NoError)
-        qCWarning(lcPreferences) << "Could not write" << key << "to" << m_filePath;
+        qCWarning(lcPreferences) << "Could not write" << row.key() << "to" << m_filePath;
+    return true;
 }

@@ -1,7 +1,7 @@
 #include "App/UpdateProvider.h"
 
 #include "App/Appcast.h"
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QHostAddress>
 #include <QNetworkAccessManager>

@@ -181,7 +181,7 @@ QString ClipboardCapture::makeFingerprint(ClipboardContentType type,
         imageDigest = QString::fromLatin1(
             QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex());
     }
-    const QStringList components{rawValue(type), textContent.value_or(QString()),
+    const QStringList components{enumName(type), textContent.value_or(QString()),
                                  fileURLStrings.join(QLatin1Char('\n')), imageBookmark.value_or(QString()),
                                  imageDigest};
     const QByteArray digest =

@@ -28,7 +28,8 @@ struct ClipboardCapture
     // Link, colour or text; nothing for a string that is empty once trimmed.
     static std::optional<ClipboardCapture> fromString(const QString &string, const QString &sourceAppName);
     // Non-file URLs are dropped; nothing when no file URL remains.
-    static std::optional<ClipboardCapture> fromFileURLs(const QList<QUrl> &urls, const QString &sourceAppName);
+    static std::optional<ClipboardCapture> fromFileURLs(const QList<QUrl> &urls,
+                                                        const QString &sourceAppName);
     static ClipboardCapture fromImage(const QByteArray &imageData, qint64 changeCount,
                                       const QString &sourceAppName);
 

@@ -19,5 +19,5 @@ QString displayName(ClipboardContentType type)
 
 ClipboardContentType contentTypeFromRawValue(const QString &raw)
 {
-    return enumFromRawValue<ClipboardContentType>(raw).value_or(ClipboardContentType::text);
+    return enumFromName<ClipboardContentType>(raw).value_or(ClipboardContentType::text);
 }

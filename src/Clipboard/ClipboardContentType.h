@@ -1,10 +1,17 @@
 #pragma once
 
-#include "App/RawValue.h"
+#include "Core/EnumNames.h"
 
 #include <QString>
 
-enum class ClipboardContentType { text, link, image, file, color };
+enum class ClipboardContentType
+{
+    text,
+    link,
+    image,
+    file,
+    color
+};
 
 template <> struct EnumTraits<ClipboardContentType>
 {

@@ -26,7 +26,10 @@ struct ClipboardHistoryEntry
     std::optional<QString> imageBookmark;
 
     friend bool operator==(const ClipboardHistoryEntry &a, const ClipboardHistoryEntry &b);
-    friend bool operator!=(const ClipboardHistoryEntry &a, const ClipboardHistoryEntry &b) { return !(a == b); }
+    friend bool operator!=(const ClipboardHistoryEntry &a, const ClipboardHistoryEntry &b)
+    {
+        return !(a == b);
+    }
 };
 
 size_t qHash(const ClipboardHistoryEntry &entry, size_t seed = 0) noexcept;

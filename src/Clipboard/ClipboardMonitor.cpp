@@ -1,8 +1,8 @@
 #include "Clipboard/ClipboardMonitor.h"
 
-#include "App/Logging.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteboardTypes.h"
+#include "Core/Logging.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/Pasteboard.h"
 
@@ -121,7 +121,7 @@ void ClipboardMonitor::record(const PasteboardContent &content, std::optional<Cl
     }
     case PasteboardContent::Status::unreadable:
     case PasteboardContent::Status::superseded:
-        qCDebug(lcClipboard) << "nothing read at change" << changeCount << "-" << rawValue(content.status);
+        qCDebug(lcClipboard) << "nothing read at change" << changeCount << "-" << enumName(content.status);
         return;
     }
 

@@ -1,6 +1,6 @@
 #include "Clipboard/ClipboardStore.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -639,7 +639,7 @@ bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
     write.addBindValue(id);
     write.addBindValue(nonNull(capture.title));
     write.addBindValue(nonNull(capture.preview));
-    write.addBindValue(rawValue(capture.type));
+    write.addBindValue(enumName(capture.type));
     write.addBindValue(nonNull(capture.sourceAppName));
     write.addBindValue(timestamp.toMSecsSinceEpoch());
     write.addBindValue(pinned ? 1 : 0);

@@ -1,7 +1,7 @@
 #include "Clipboard/PasteService.h"
 
-#include "App/Logging.h"
 #include "Clipboard/PasteboardTypes.h"
+#include "Core/Logging.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
 

@@ -1,7 +1,6 @@
 #include "Hotkeys/HotkeyManager.h"
 
-#include "App/AppCommanding.h"
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Hotkeys/ShortcutKeys.h"
 #include "Platform/HotkeyRegistrar.h"
 
@@ -17,9 +16,8 @@ HotkeyManager::HotkeyManager(QList<KeyboardShortcutDescriptor> shortcuts,
 // The registrar releases its grabs when it is destroyed.
 HotkeyManager::~HotkeyManager() = default;
 
-void HotkeyManager::start(AppCommanding *commander)
+void HotkeyManager::start()
 {
-    m_commander = commander;
     unregisterAll();
 
     quint32 hotKeyID = 0;
@@ -31,7 +29,7 @@ void HotkeyManager::start(AppCommanding *commander)
                                << "cannot be registered";
             continue;
         }
-        if (!m_registrar->grab(hotKeyID, *key, shortcut.modifiers)) {
+        if (!m_registrar->grab(hotKeyID, *key, shortcut.qtModifiers())) {
             qCDebug(lcHotkeys) << "skipping" << shortcut.id << shortcut.displayForm()
                                << "- the desktop refused it (taken by another program?)";
             continue;
@@ -54,19 +52,6 @@ void HotkeyManager::handle(quint32 hotKeyID)
     const auto it = m_actionIDs.constFind(hotKeyID);
     if (it == m_actionIDs.cend())
         return;
-    const QString &action = it.value();
-    AppCommanding *commander = m_commander.data();
-    if (action == QLatin1String("clipboard.open")) {
-        if (commander)
-            commander->toggleHub();
-    } else if (action == QLatin1String("mirror.toggle")) {
-        if (commander)
-            commander->toggleMirror();
-    } else if (action == QLatin1String("desktop.toggle")) {
-        if (commander)
-            commander->toggleDesktopCover();
-    } else {
-        return;
-    }
-    qCDebug(lcHotkeys) << "pressed" << action << (commander ? "" : "- ignored, no commander");
+    qCDebug(lcHotkeys) << "pressed" << it.value();
+    emit activated(it.value());
 }

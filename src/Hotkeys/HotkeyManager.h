@@ -5,16 +5,14 @@
 #include <QList>
 #include <QMap>
 #include <QObject>
-#include <QPointer>
 #include <QString>
 
 #include <memory>
 
-class AppCommanding;
 class HotkeyRegistrar;
 
-// Registers the fixed shortcut table with the desktop and turns presses into the coordinator's
-// commands. A shortcut that cannot be registered is left out quietly; the others still work.
+// Registers the fixed shortcut table with the desktop and reports which action was pressed. A shortcut
+// that cannot be registered is left out quietly; the others still work.
 class HotkeyManager final : public QObject
 {
     Q_OBJECT
@@ -24,12 +22,12 @@ public:
                            std::unique_ptr<HotkeyRegistrar> registrar = nullptr, QObject *parent = nullptr);
     ~HotkeyManager() override;
 
-    // Remembers the commander (weakly) and registers the whole table again. Ids are the 1-based
-    // positions in the table, so a shortcut left out leaves a gap.
-    void start(AppCommanding *commander);
+    // Registers the whole table again. Ids are the 1-based positions in the table, so a shortcut left
+    // out leaves a gap.
+    void start();
     // Releases every registered shortcut.
     void unregisterAll();
-    // Runs the command of the shortcut registered under `hotKeyID`, if any.
+    // Announces the action of the shortcut registered under `hotKeyID`, if any.
     void handle(quint32 hotKeyID);
 
     const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
@@ -37,10 +35,13 @@ public:
     QMap<quint32, QString> actionIDs() const { return m_actionIDs; }
     int registrationCount() const { return m_registrationCount; }
 
+signals:
+    // The action identifier of the table row, e.g. "clipboard.open".
+    void activated(const QString &actionID);
+
 private:
     QList<KeyboardShortcutDescriptor> m_shortcuts;
     std::unique_ptr<HotkeyRegistrar> m_registrar;
-    QPointer<AppCommanding> m_commander;
     QMap<quint32, QString> m_actionIDs;
     int m_registrationCount = 0;
 };

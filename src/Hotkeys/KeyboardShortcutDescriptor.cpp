@@ -22,25 +22,31 @@ QList<KeyboardShortcutDescriptor> KeyboardShortcutDescriptor::defaultTable()
     };
 }
 
-QString KeyboardShortcutDescriptor::displayForm() const
+Qt::KeyboardModifiers KeyboardShortcutDescriptor::qtModifiers() const
 {
-    Qt::KeyboardModifiers qtModifiers;
+    Qt::KeyboardModifiers result;
     for (const Modifier modifier : modifiers) {
         switch (modifier) {
         case Modifier::command:
-            qtModifiers |= Qt::MetaModifier;
+            result |= Qt::MetaModifier;
             break;
         case Modifier::shift:
-            qtModifiers |= Qt::ShiftModifier;
+            result |= Qt::ShiftModifier;
             break;
         case Modifier::control:
-            qtModifiers |= Qt::ControlModifier;
+            result |= Qt::ControlModifier;
             break;
         case Modifier::option:
-            qtModifiers |= Qt::AltModifier;
+            result |= Qt::AltModifier;
             break;
         }
     }
+    return result;
+}
+
+QString KeyboardShortcutDescriptor::displayForm() const
+{
+    const Qt::KeyboardModifiers qtModifiers = this->qtModifiers();
     if (const std::optional<Qt::Key> qtKey = ShortcutKeys::keyFor(key))
         return QKeySequence(QKeyCombination(qtModifiers, *qtKey)).toString(QKeySequence::NativeText);
 

@@ -18,6 +18,8 @@ struct KeyboardShortcutDescriptor
     // The three shortcuts, in the order that fixes their numeric hot-key ids (1, 2, 3).
     static QList<KeyboardShortcutDescriptor> defaultTable();
 
+    // The modifiers as Qt names them; command is Meta, the Super key on Linux.
+    Qt::KeyboardModifiers qtModifiers() const;
     // The platform's own notation, e.g. "Meta+Shift+V" on Linux (Qt calls the Super key "Meta").
     QString displayForm() const;
     // Symbols in the fixed order control, option, shift, command, then the key in upper case: "⇧⌘V".

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "App/RawValue.h"
+#include "Core/EnumNames.h"
 
 #include <QString>
 
@@ -14,7 +14,7 @@ enum class Modifier
     option
 };
 
-// The raw values are the display names, not the case names.
+// The names are the display names, not the case names.
 template <> struct EnumTraits<Modifier>
 {
     static constexpr std::array<const char *, 4> names{"Command", "Shift", "Control", "Option"};

@@ -1,6 +1,6 @@
 #include "Mirror/MicrophoneCapture.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Mirror/AudioLevelStore.h"
 
 #include <QAudioDevice>

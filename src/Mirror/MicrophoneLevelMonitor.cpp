@@ -1,6 +1,6 @@
 #include "Mirror/MicrophoneLevelMonitor.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Mirror/MicrophoneCapture.h"
 #include "Platform/SoundServer.h"
 

@@ -1,6 +1,6 @@
 #include "Mirror/QtCameraBackend.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Mirror/MirrorFrameSource.h"
 #include "Platform/CameraDeviceAccess.h"
 

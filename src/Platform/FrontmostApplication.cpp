@@ -1,6 +1,6 @@
 #include "Platform/FrontmostApplication.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 
 #include <QGuiApplication>

@@ -1,6 +1,6 @@
 #include "Platform/HotkeyRegistrar.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11HotkeyRegistrar.h"
 
 #include <QGuiApplication>
@@ -11,7 +11,7 @@ class UnavailableHotkeyRegistrar final : public HotkeyRegistrar
 {
 public:
     using HotkeyRegistrar::HotkeyRegistrar;
-    bool grab(quint32, Qt::Key, const QList<Modifier> &) override { return false; }
+    bool grab(quint32, Qt::Key, Qt::KeyboardModifiers) override { return false; }
     void ungrabAll() override {}
 };
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include "Hotkeys/Modifier.h"
-
-#include <QList>
 #include <QObject>
 
 #include <memory>
@@ -19,9 +16,10 @@ public:
     // The backend for the running Qt platform; one that grabs nothing where none exists.
     static std::unique_ptr<HotkeyRegistrar> createDefault(QObject *parent = nullptr);
 
-    // Grabs key + modifiers under `id`. False, with nothing left grabbed, when the key has no place on
-    // the keyboard or the combination is taken by another program. Reusing an id replaces its grab.
-    virtual bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) = 0;
+    // Grabs key + modifiers (Meta is the Super key) under `id`. False, with nothing left grabbed, when the
+    // key has no place on the keyboard or the combination is taken by another program. Reusing an id replaces
+    // its grab.
+    virtual bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) = 0;
     // Releases every grab made through this object.
     virtual void ungrabAll() = 0;
 

@@ -1,6 +1,6 @@
 #include "Platform/KeystrokePoster.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 
 #include <QGuiApplication>

@@ -1,6 +1,6 @@
 #include "Platform/PasteboardContent.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QBuffer>
 #include <QImage>

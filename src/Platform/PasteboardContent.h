@@ -1,6 +1,6 @@
 #pragma once
 
-#include "App/RawValue.h"
+#include "Core/EnumNames.h"
 
 #include <QByteArray>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "Platform/TerminationSignals.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QSocketNotifier>
 

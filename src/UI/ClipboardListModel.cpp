@@ -47,7 +47,7 @@ QVariant ClipboardListModel::data(const QModelIndex &index, int role) const
     case PreviewRole:
         return entry.preview;
     case TypeRole:
-        return rawValue(entry.type);
+        return enumName(entry.type);
     case TypeNameRole:
         return displayName(entry.type);
     case SourceAppNameRole:
@@ -65,10 +65,10 @@ QVariant ClipboardListModel::data(const QModelIndex &index, int role) const
                                                          : QColor();
     case ThumbnailSourceRole:
         // The bookmark changes with every capture, so a re-copied image never shows a stale thumbnail.
-        return entry.type == ClipboardContentType::image
-                   ? QStringLiteral("image://thumbnail/%1/%2")
-                         .arg(entry.id.toString(QUuid::WithoutBraces), entry.imageBookmark.value_or(QString()))
-                   : QString();
+        return entry.type == ClipboardContentType::image ? QStringLiteral("image://thumbnail/%1/%2")
+                                                               .arg(entry.id.toString(QUuid::WithoutBraces),
+                                                                    entry.imageBookmark.value_or(QString()))
+                                                         : QString();
     case AccessibleNameRole:
         return displayName(entry.type) + QStringLiteral(", from ") + entry.sourceAppName;
     default:

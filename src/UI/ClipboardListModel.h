@@ -8,6 +8,7 @@
 #include <QHash>
 #include <QPointer>
 #include <QUuid>
+#include <QtQml/qqmlregistration.h>
 
 class AppState;
 
@@ -16,10 +17,13 @@ class AppState;
 class ClipboardListModel final : public QAbstractListModel
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the hub controller")
     Q_PROPERTY(int count READ rowCount NOTIFY countChanged)
     Q_PROPERTY(int selectedRow READ selectedRow NOTIFY selectedRowChanged)
 public:
-    enum Role {
+    enum Role
+    {
         EntryIdRole = Qt::UserRole + 1,
         TitleRole,
         PreviewRole,

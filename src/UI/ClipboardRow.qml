@@ -1,6 +1,7 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Halcy
 
 // One history row. Click copies (formatted); Alt-click pastes as plain text; right click asks for the
 // context menu.
@@ -19,15 +20,14 @@ Rectangle {
     required property color swatchColor
     required property string thumbnailSource
     required property string accessibleName
-    required property QtObject theme
-    required property var hub
+    required property HubController hub
 
     // The hub owns one shared menu; a menu per row made every list rebuild slow.
     signal contextMenuRequested(int index, bool isPinned)
 
     height: 52
     radius: 8
-    color: isSelected ? theme.accent : (hover.hovered ? theme.rowHover : "transparent")
+    color: isSelected ? Theme.accent : (hover.hovered ? Theme.rowHover : "transparent")
 
     Accessible.role: Accessible.ListItem
     Accessible.name: accessibleName
@@ -64,7 +64,7 @@ Rectangle {
             Rectangle {
                 anchors.fill: parent
                 radius: 7
-                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.18) : row.theme.iconWell
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.18) : Theme.iconWell
                 visible: row.type !== "color" && !thumbnail.visible
             }
             Icon {
@@ -72,7 +72,7 @@ Rectangle {
                 width: 16
                 height: 16
                 name: row.type
-                color: row.isSelected ? "white" : row.theme.secondaryText
+                color: row.isSelected ? "white" : Theme.secondaryText
                 visible: row.type !== "color" && !thumbnail.visible
             }
             Rectangle {
@@ -81,7 +81,7 @@ Rectangle {
                 visible: row.type === "color"
                 color: row.swatchColor
                 // A ring thick enough to keep a swatch visible on a highlight of the same colour.
-                border.color: row.isSelected ? "white" : row.theme.border
+                border.color: row.isSelected ? "white" : Theme.border
                 border.width: row.isSelected ? 2 : 1
             }
             Image {
@@ -102,7 +102,7 @@ Rectangle {
             Layout.fillWidth: true
             Text {
                 text: row.title
-                color: row.isSelected ? "white" : row.theme.text
+                color: row.isSelected ? "white" : Theme.text
                 font.pixelSize: 13
                 font.weight: Font.Medium
                 elide: Text.ElideRight
@@ -112,7 +112,7 @@ Rectangle {
             }
             Text {
                 text: row.preview
-                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.85) : row.theme.secondaryText
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.85) : Theme.secondaryText
                 font.pixelSize: 11
                 elide: Text.ElideRight
                 textFormat: Text.PlainText
@@ -121,7 +121,7 @@ Rectangle {
             }
             Text {
                 text: row.sourceAppName
-                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.7) : row.theme.tertiaryText
+                color: row.isSelected ? Qt.rgba(1, 1, 1, 0.7) : Theme.tertiaryText
                 font.pixelSize: 10
                 elide: Text.ElideRight
                 textFormat: Text.PlainText
@@ -132,14 +132,14 @@ Rectangle {
         Icon {
             name: "pin"
             visible: row.isPinned
-            color: row.isSelected ? "white" : row.theme.secondaryText
+            color: row.isSelected ? "white" : Theme.secondaryText
             Layout.preferredWidth: 12
             Layout.preferredHeight: 12
         }
         Text {
             text: row.quickNumber
             visible: row.quickNumber > 0
-            color: row.isSelected ? "white" : row.theme.tertiaryText
+            color: row.isSelected ? "white" : Theme.tertiaryText
             font.pixelSize: 11
             font.family: "monospace"
         }

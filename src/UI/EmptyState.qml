@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Halcy
 
 // A centred icon, title and one line of explanation.
 Item {
@@ -8,7 +9,6 @@ Item {
     property string title
     property string description
     property string iconName
-    required property QtObject theme
 
     Accessible.role: Accessible.StaticText
     Accessible.name: title + ". " + description
@@ -18,21 +18,21 @@ Item {
         spacing: 6
         Icon {
             name: emptyState.iconName
-            color: emptyState.theme.tertiaryText
+            color: Theme.tertiaryText
             Layout.preferredWidth: 30
             Layout.preferredHeight: 30
             Layout.alignment: Qt.AlignHCenter
         }
         Text {
             text: emptyState.title
-            color: emptyState.theme.text
+            color: Theme.text
             font.pixelSize: 14
             font.weight: Font.DemiBold
             Layout.alignment: Qt.AlignHCenter
         }
         Text {
             text: emptyState.description
-            color: emptyState.theme.secondaryText
+            color: Theme.secondaryText
             font.pixelSize: 12
             Layout.alignment: Qt.AlignHCenter
         }

@@ -4,20 +4,12 @@
 #include "App/AppState.h"
 #include "UI/ClipboardListModel.h"
 
-#include <QGuiApplication>
-#include <QPalette>
-
 HubController::HubController(AppState *appState, AppCommanding *commander, QObject *parent)
     : QObject(parent), m_appState(appState), m_commander(commander),
       m_model(new ClipboardListModel(appState, this))
 {
     // A new search starts at its best match, so Return takes the top result.
     connect(appState, &AppState::searchQueryChanged, this, &HubController::selectNewest);
-    const QByteArray scheme = qgetenv("HALCY_COLOR_SCHEME");
-    if (scheme == "dark" || scheme == "light")
-        m_darkMode = scheme == "dark";
-    else
-        m_darkMode = QGuiApplication::palette().color(QPalette::Window).lightness() < 128;
 }
 
 HubController::~HubController() = default;
@@ -27,12 +19,20 @@ AppState *HubController::appState() const
     return m_appState.data();
 }
 
-void HubController::setDarkMode(bool dark)
+void HubController::setShown(bool shown)
 {
-    if (m_darkMode == dark)
+    if (shown)
+        selectNewest();
+    if (m_shown == shown)
         return;
-    m_darkMode = dark;
-    emit darkModeChanged();
+    m_shown = shown;
+    emit shownChanged();
+}
+
+void HubController::search(const QString &query)
+{
+    if (m_appState)
+        m_appState->setSearchQuery(query);
 }
 
 void HubController::copyRow(int row)

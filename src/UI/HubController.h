@@ -2,6 +2,7 @@
 
 #include <QObject>
 #include <QPointer>
+#include <QtQml/qqmlregistration.h>
 
 class AppCommanding;
 class AppState;
@@ -12,17 +13,24 @@ class ClipboardListModel;
 class HubController final : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Handed to HubView by its window")
     Q_PROPERTY(AppState *appState READ appState CONSTANT)
     Q_PROPERTY(ClipboardListModel *model READ model CONSTANT)
-    Q_PROPERTY(bool darkMode READ darkMode WRITE setDarkMode NOTIFY darkModeChanged)
+    // True while the hub is on screen; the view builds its text field and resets its scroll then.
+    Q_PROPERTY(bool shown READ isShown NOTIFY shownChanged)
 public:
     HubController(AppState *appState, AppCommanding *commander, QObject *parent = nullptr);
     ~HubController() override;
 
     AppState *appState() const;
     ClipboardListModel *model() const { return m_model; }
-    bool darkMode() const { return m_darkMode; }
-    void setDarkMode(bool dark);
+    bool isShown() const { return m_shown; }
+    // The window reports showing and hiding; showing selects the newest visible entry.
+    void setShown(bool shown);
+
+    // What the search field shows; typing replaces it, clearing empties it.
+    Q_INVOKABLE void search(const QString &query);
 
     // A click: select, then copy formatted.
     Q_INVOKABLE void copyRow(int row);
@@ -42,17 +50,17 @@ public:
     Q_INVOKABLE void moveSelection(int delta);
     Q_INVOKABLE void activateSelection(bool pastePlainText);
     Q_INVOKABLE bool pasteQuickNumber(int number);
-    // When the hub opens: the newest visible entry is selected.
-    Q_INVOKABLE void selectNewest();
+    // When the hub opens or the search changes: the best visible entry is selected.
+    void selectNewest();
     Q_INVOKABLE void requestClose();
 
 signals:
-    void darkModeChanged();
+    void shownChanged();
     void closeRequested();
 
 private:
     QPointer<AppState> m_appState;
     QPointer<AppCommanding> m_commander;
     ClipboardListModel *m_model;
-    bool m_darkMode = false;
+    bool m_shown = false;
 };

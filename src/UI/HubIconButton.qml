@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Controls
+import Halcy
 
 // A borderless icon button with a tooltip and an accessible name.
 AbstractButton {
@@ -8,7 +9,6 @@ AbstractButton {
     property string iconName
     property string label
     property real iconSize: 15
-    required property QtObject theme
 
     implicitWidth: 28
     implicitHeight: 28
@@ -22,8 +22,8 @@ AbstractButton {
 
     background: Rectangle {
         radius: 7
-        color: button.hovered ? button.theme.rowHover : "transparent"
-        border.color: button.theme.accent
+        color: button.hovered ? Theme.rowHover : "transparent"
+        border.color: Theme.accent
         border.width: button.visualFocus ? 2 : 0
     }
     contentItem: Item {
@@ -32,7 +32,7 @@ AbstractButton {
             width: button.iconSize
             height: button.iconSize
             name: button.iconName
-            color: button.theme.secondaryText
+            color: Theme.secondaryText
         }
     }
 }

@@ -1,8 +1,10 @@
 #include "UI/HubPopover.h"
 
 #include "App/AppState.h"
-#include "App/Logging.h"
+#include "Core/Logging.h"
+#include "Core/QmlModule.h"
 #include "UI/HubController.h"
+#include "UI/Theme.h"
 #include "UI/ThumbnailProvider.h"
 
 #include <QCursor>
@@ -21,7 +23,8 @@ constexpr int anchorGap = 4;
 
 } // namespace
 
-HubPopover::HubPopover(AppState *appState, AppCommanding *commander, const QString &databasePath, QObject *parent)
+HubPopover::HubPopover(AppState *appState, AppCommanding *commander, const QString &databasePath,
+                       QObject *parent)
     : QObject(parent), m_databasePath(databasePath),
       m_controller(new HubController(appState, commander, this))
 {
@@ -45,7 +48,8 @@ void HubPopover::ensureView()
     m_view->setColor(Qt::transparent);
     m_view->engine()->addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(m_databasePath));
     m_view->setInitialProperties({{QStringLiteral("hub"), QVariant::fromValue(m_controller)}});
-    m_view->setSource(QUrl(QStringLiteral("qrc:/UI/HubView.qml")));
+    QmlModule::prepare(m_view->engine());
+    m_view->setSource(QmlModule::viewUrl("UI/HubView.qml"));
     if (m_view->status() == QQuickView::Error) {
         for (const QQmlError &error : m_view->errors())
             qCCritical(lcApp) << "Hub view:" << error.toString();
@@ -56,6 +60,11 @@ void HubPopover::ensureView()
             close();
         }
     });
+}
+
+Theme *HubPopover::theme() const
+{
+    return m_view ? m_view->engine()->singletonInstance<Theme *>(qmlTypeId("Halcy", 1, 0, "Theme")) : nullptr;
 }
 
 void HubPopover::preload()
@@ -90,8 +99,7 @@ void HubPopover::show(const QRect &anchor)
         m_view->setScreen(screen);
         m_view->setPosition(placement(target, contentSize, screen->availableGeometry()));
     }
-    if (auto *root = m_view->rootObject())
-        QMetaObject::invokeMethod(root, "prepareForShow");
+    m_controller->setShown(true);
     m_view->show();
     m_view->raise();
     m_view->requestActivate();
@@ -103,8 +111,7 @@ void HubPopover::close()
     if (!isShown())
         return;
     m_view->hide();
-    if (auto *root = m_view->rootObject())
-        QMetaObject::invokeMethod(root, "prepareForHide");
+    m_controller->setShown(false);
     emit shownChanged(false);
 }
 

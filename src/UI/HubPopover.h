@@ -12,6 +12,7 @@ class AppCommanding;
 class AppState;
 class HubController;
 class QQuickView;
+class Theme;
 
 // The frameless 344 × 560 window that hosts HubView.qml at the tray icon. It takes the keyboard when
 // shown, so typing goes to the search field at once, and closes when it loses focus.
@@ -36,6 +37,8 @@ public:
 
     QQuickView *view() const { return m_view.get(); }
     HubController *controller() const { return m_controller; }
+    // The colours the hub draws with; null before the view is built.
+    Theme *theme() const;
 
     // Below the anchor when it fits, else above it; always wholly inside `available`.
     static QPoint placement(const QRect &anchor, const QSize &size, const QRect &available);

@@ -1,53 +1,36 @@
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
+import Halcy
 
 // The hub: header, the two tool cards, and the searchable clipboard history.
 Rectangle {
     id: root
 
-    required property var hub
-    readonly property var appState: hub.appState
+    required property HubController hub
+    readonly property AppState appState: hub.appState
     readonly property bool searching: appState.searchQuery.trim().length > 0
 
-    property bool shown: false
-
-    // Called by the popover each time it opens and closes.
-    function prepareForShow() {
-        shown = true;
-        hub.selectNewest();
-        focusSearch();
-        list.positionViewAtBeginning();
-    }
-    function prepareForHide() {
-        shown = false;
-    }
     function focusSearch() {
         if (searchLoader.item)
             searchLoader.item.forceActiveFocus();
     }
 
+    // Each opening starts at the top of the list with the keyboard in the search field.
+    Connections {
+        target: root.hub
+        function onShownChanged() {
+            if (root.hub.shown)
+                list.positionViewAtBeginning();
+        }
+    }
+
     width: 344
     height: 560
-    color: theme.background
-    border.color: theme.border
+    color: Theme.background
+    border.color: Theme.border
     border.width: 1
     radius: 0
-
-    readonly property QtObject theme: QtObject {
-        readonly property bool dark: root.hub.darkMode
-        readonly property color background: dark ? "#1c1d22" : "#f7f7f9"
-        readonly property color card: dark ? "#26272e" : "#ffffff"
-        readonly property color cardHover: dark ? "#2e2f37" : "#f0f1f4"
-        readonly property color rowHover: dark ? "#2a2b32" : "#ebecf0"
-        readonly property color iconWell: dark ? "#30313a" : "#e9eaee"
-        readonly property color border: dark ? "#363741" : "#dfe0e6"
-        readonly property color text: dark ? "#f2f2f4" : "#14151a"
-        readonly property color secondaryText: dark ? "#a3a5af" : "#5d606b"
-        readonly property color tertiaryText: dark ? "#7c7e88" : "#8a8d97"
-        readonly property color accent: "#3d7eff"
-        readonly property color destructive: "#d93a30"
-    }
 
     Keys.onEscapePressed: hub.requestClose()
 
@@ -61,26 +44,24 @@ Rectangle {
             Layout.fillWidth: true
             spacing: 4
             BrandMark {
-                ink: root.theme.text
-                glyphBody: root.theme.background
+                ink: Theme.text
+                glyphBody: Theme.background
             }
             Item { Layout.fillWidth: true }
             HubIconButton {
                 iconName: "gear"
                 label: "Settings"
-                theme: root.theme
                 onClicked: root.hub.openSettings()
             }
             HubIconButton {
                 iconName: "power"
                 label: "Quit Halcy"
-                theme: root.theme
                 onClicked: root.hub.quit()
             }
         }
         Text {
             text: "Halcy lives quietly in your system tray. Click the status icon or use your global hotkeys to activate tools instantly."
-            color: root.theme.secondaryText
+            color: Theme.secondaryText
             font.pixelSize: 11
             wrapMode: Text.WordWrap
             Layout.fillWidth: true
@@ -97,7 +78,6 @@ Rectangle {
                 iconName: "video"
                 isOn: root.appState.mirrorOpen
                 isEnabled: root.appState.mirrorEnabled
-                theme: root.theme
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
                 onActivated: root.hub.toggleMirror()
@@ -109,7 +89,6 @@ Rectangle {
                 iconName: "desktop"
                 isOn: root.appState.desktopHidden
                 isEnabled: root.appState.desktopEnabled
-                theme: root.theme
                 Layout.fillWidth: true
                 Layout.preferredWidth: 1
                 onActivated: root.hub.toggleDesktopCover()
@@ -123,7 +102,6 @@ Rectangle {
             title: "Clipboard off"
             iconName: "clipboard"
             description: "Turn it back on in Settings."
-            theme: root.theme
             Layout.fillWidth: true
             Layout.fillHeight: true
         }
@@ -138,8 +116,8 @@ Rectangle {
                 Layout.fillWidth: true
                 Layout.preferredHeight: 32
                 radius: 8
-                color: root.theme.card
-                border.color: searchLoader.item && searchLoader.item.activeFocus ? root.theme.accent : root.theme.border
+                color: Theme.card
+                border.color: searchLoader.item && searchLoader.item.activeFocus ? Theme.accent : Theme.border
                 border.width: 1
 
                 RowLayout {
@@ -149,7 +127,7 @@ Rectangle {
                     spacing: 5
                     Icon {
                         name: "search"
-                        color: root.theme.secondaryText
+                        color: Theme.secondaryText
                         Layout.preferredWidth: 14
                         Layout.preferredHeight: 14
                     }
@@ -157,20 +135,21 @@ Rectangle {
                     // hub is on screen, so a stuck clipboard owner can never stall Halcy in the background.
                     Loader {
                         id: searchLoader
-                        active: root.shown
+                        active: root.hub.shown
                         Layout.fillWidth: true
+                        onLoaded: item.forceActiveFocus()
                         sourceComponent: TextField {
                             objectName: "searchField"
                             placeholderText: "Search clipboard"
-                            placeholderTextColor: root.theme.tertiaryText
-                            color: root.theme.text
+                            placeholderTextColor: Theme.tertiaryText
+                            color: Theme.text
                             font.pixelSize: 13
                             background: null
                             leftPadding: 0
                             rightPadding: 0
                             selectByMouse: true
                             text: root.appState.searchQuery
-                            onTextEdited: root.appState.searchQuery = text
+                            onTextEdited: root.hub.search(text)
                             Accessible.name: "Search clipboard"
 
                             Keys.onPressed: event => {
@@ -196,12 +175,11 @@ Rectangle {
                         visible: root.appState.searchQuery.length > 0
                         iconName: "clear"
                         label: "Clear search"
-                        theme: root.theme
                         iconSize: 13
                         implicitWidth: 22
                         implicitHeight: 22
                         onClicked: {
-                            root.appState.searchQuery = "";
+                            root.hub.search("");
                             root.focusSearch();
                         }
                     }
@@ -223,21 +201,21 @@ Rectangle {
                     spacing: 5
                     Icon {
                         name: "trash"
-                        color: root.theme.secondaryText
+                        color: Theme.secondaryText
                         width: 14
                         height: 14
                         anchors.verticalCenter: parent.verticalCenter
                     }
                     Text {
                         text: "Clear"
-                        color: root.theme.secondaryText
+                        color: Theme.secondaryText
                         font.pixelSize: 12
                         anchors.verticalCenter: parent.verticalCenter
                     }
                 }
                 background: Rectangle {
                     radius: 8
-                    color: clearButton.hovered ? root.theme.rowHover : "transparent"
+                    color: clearButton.hovered ? Theme.rowHover : "transparent"
                 }
                 onClicked: clearMenu.popup(clearButton, 0, clearButton.height)
 
@@ -253,7 +231,7 @@ Rectangle {
                         onTriggered: root.hub.clearHistory()
                         contentItem: Text {
                             text: "Clear all history"
-                            color: root.theme.destructive
+                            color: Theme.destructive
                             font.pixelSize: 13
                             verticalAlignment: Text.AlignVCenter
                             leftPadding: 2
@@ -284,7 +262,7 @@ Rectangle {
             section.delegate: Text {
                 required property string section
                 text: section
-                color: root.theme.tertiaryText
+                color: Theme.tertiaryText
                 font.pixelSize: 11
                 font.weight: Font.DemiBold
                 topPadding: 6
@@ -296,7 +274,6 @@ Rectangle {
 
             delegate: ClipboardRow {
                 width: ListView.view.width
-                theme: root.theme
                 hub: root.hub
                 onContextMenuRequested: (index, isPinned) => rowMenu.openFor(index, isPinned)
             }
@@ -327,7 +304,7 @@ Rectangle {
                     onTriggered: root.hub.deleteRow(rowMenu.row)
                     contentItem: Text {
                         text: "Delete"
-                        color: root.theme.destructive
+                        color: Theme.destructive
                         font.pixelSize: 13
                         verticalAlignment: Text.AlignVCenter
                         leftPadding: 2
@@ -350,7 +327,6 @@ Rectangle {
             title: root.searching ? "No matches" : "Nothing copied yet"
             iconName: root.searching ? "search-doc" : "clipboard"
             description: root.searching ? "Try another search." : "Copied items will appear here."
-            theme: root.theme
             Layout.fillWidth: true
             Layout.preferredHeight: 180
         }
@@ -366,7 +342,7 @@ Rectangle {
             spacing: 6
             Icon {
                 name: "cursor"
-                color: root.theme.tertiaryText
+                color: Theme.tertiaryText
                 Layout.preferredWidth: 13
                 Layout.preferredHeight: 13
             }
@@ -374,7 +350,7 @@ Rectangle {
                 id: footerHint
                 objectName: "footerHint"
                 text: statusTimer.running ? root.appState.clipboardStatusMessage : "Click to copy · Alt paste plain"
-                color: root.theme.tertiaryText
+                color: Theme.tertiaryText
                 font.pixelSize: 11
                 elide: Text.ElideRight
                 Layout.fillWidth: true
@@ -384,7 +360,7 @@ Rectangle {
             Text {
                 objectName: "entryCount"
                 text: root.hub.model.count
-                color: root.theme.tertiaryText
+                color: Theme.tertiaryText
                 font.pixelSize: 11
                 font.family: "monospace"
                 Accessible.name: text + " items"

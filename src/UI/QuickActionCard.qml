@@ -1,5 +1,6 @@
 import QtQuick
 import QtQuick.Layouts
+import Halcy
 
 // One tool card: click toggles the tool; a disabled card is dimmed and ignores clicks.
 Rectangle {
@@ -10,15 +11,14 @@ Rectangle {
     property string iconName
     property bool isOn: false
     property bool isEnabled: true
-    required property QtObject theme
 
     signal activated()
 
     implicitHeight: 62
     radius: 10
     opacity: isEnabled ? 1.0 : 0.45
-    color: isOn ? theme.accent : (hover.hovered && isEnabled ? theme.cardHover : theme.card)
-    border.color: isOn ? theme.accent : theme.border
+    color: isOn ? Theme.accent : (hover.hovered && isEnabled ? Theme.cardHover : Theme.card)
+    border.color: isOn ? Theme.accent : Theme.border
     border.width: 1
 
     activeFocusOnTab: isEnabled
@@ -41,7 +41,7 @@ Rectangle {
         anchors.margins: -2
         radius: card.radius + 2
         color: "transparent"
-        border.color: card.theme.accent
+        border.color: Theme.accent
         border.width: 2
         visible: card.activeFocus
     }
@@ -53,7 +53,7 @@ Rectangle {
 
         Icon {
             name: card.iconName
-            color: card.isOn ? "white" : card.theme.text
+            color: card.isOn ? "white" : Theme.text
             Layout.preferredWidth: 20
             Layout.preferredHeight: 20
         }
@@ -62,7 +62,7 @@ Rectangle {
             Layout.fillWidth: true
             Text {
                 text: card.title
-                color: card.isOn ? "white" : card.theme.text
+                color: card.isOn ? "white" : Theme.text
                 font.pixelSize: 13
                 font.weight: Font.DemiBold
                 elide: Text.ElideRight
@@ -70,7 +70,7 @@ Rectangle {
             }
             Text {
                 text: card.subtitle
-                color: card.isOn ? Qt.rgba(1, 1, 1, 0.8) : card.theme.secondaryText
+                color: card.isOn ? Qt.rgba(1, 1, 1, 0.8) : Theme.secondaryText
                 font.pixelSize: 10
                 elide: Text.ElideRight
                 Layout.fillWidth: true

@@ -1,6 +1,6 @@
 #include "UI/ThumbnailProvider.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QBuffer>
 #include <QImageReader>

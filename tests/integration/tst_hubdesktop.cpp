@@ -1,6 +1,6 @@
-#include "App/AppCoordinator.h"
+#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
 #include "DesktopTools.h"
 #include "EntryFactory.h"

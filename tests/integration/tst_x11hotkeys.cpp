@@ -20,8 +20,8 @@ constexpr xcb_keysym_t keysymM = 'm';
 constexpr uint16_t controlSuper = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_4;
 constexpr uint16_t numLock = XCB_MOD_MASK_2;
 
-const QList<Modifier> shiftCommand{Modifier::command, Modifier::shift};
-const QList<Modifier> controlCommand{Modifier::control, Modifier::command};
+constexpr Qt::KeyboardModifiers shiftCommand = Qt::MetaModifier | Qt::ShiftModifier;
+constexpr Qt::KeyboardModifiers controlCommand = Qt::ControlModifier | Qt::MetaModifier;
 
 // Another X client on its own connection, to hold or probe key grabs the way a second program would.
 class OtherClient final

@@ -16,7 +16,7 @@ public:
     {
         quint32 id;
         Qt::Key key;
-        QList<Modifier> modifiers;
+        Qt::KeyboardModifiers modifiers;
     };
 
     using HotkeyRegistrar::HotkeyRegistrar;
@@ -26,11 +26,11 @@ public:
     int grabCalls() const { return m_grabCalls; }
     int ungrabAllCalls() const { return m_ungrabAllCalls; }
 
-    // Presses key + modifiers (in any order); true when a live grab took the press.
-    bool press(Qt::Key key, const QList<Modifier> &modifiers)
+    // Presses key + modifiers; true when a live grab took the press.
+    bool press(Qt::Key key, Qt::KeyboardModifiers modifiers)
     {
         for (const Grab &grab : std::as_const(m_grabs)) {
-            if (grab.key == key && sameSet(grab.modifiers, modifiers)) {
+            if (grab.key == key && grab.modifiers == modifiers) {
                 Q_EMIT pressed(grab.id);
                 return true;
             }
@@ -38,7 +38,7 @@ public:
         return false;
     }
 
-    bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) override
+    bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override
     {
         ++m_grabCalls;
         m_grabs.erase(
@@ -57,19 +57,6 @@ public:
     }
 
 private:
-    static bool sameSet(const QList<Modifier> &a, const QList<Modifier> &b)
-    {
-        for (const Modifier m : a) {
-            if (!b.contains(m))
-                return false;
-        }
-        for (const Modifier m : b) {
-            if (!a.contains(m))
-                return false;
-        }
-        return true;
-    }
-
     QSet<Qt::Key> m_taken;
     QList<Grab> m_grabs;
     int m_grabCalls = 0;

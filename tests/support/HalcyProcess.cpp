@@ -18,9 +18,8 @@ HalcyProcess::HalcyProcess(const QString &binary)
     m_environment.remove(QStringLiteral("QT_QPA_PLATFORM"));
     m_environment.insert(QStringLiteral("QT_LOGGING_RULES"), QStringLiteral("halcy.*.info=true"));
     m_process.setProcessChannelMode(QProcess::MergedChannels);
-    QObject::connect(&m_process, &QProcess::readyRead, [this] {
-        m_log += QString::fromLocal8Bit(m_process.readAll());
-    });
+    QObject::connect(&m_process, &QProcess::readyRead,
+                     [this] { m_log += QString::fromLocal8Bit(m_process.readAll()); });
 }
 
 HalcyProcess::~HalcyProcess()

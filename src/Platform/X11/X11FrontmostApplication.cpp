@@ -1,7 +1,7 @@
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Connection.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QDirIterator>
 #include <QFile>
@@ -84,8 +84,8 @@ std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::act
     {
         xcb_get_property_reply_t *reply =
             xcb_get_property_reply(connection,
-                                   xcb_get_property(connection, 0, X11Connection::rootWindow(connection), m_activeWindowAtom,
-                                                    XCB_ATOM_WINDOW, 0, 1),
+                                   xcb_get_property(connection, 0, X11Connection::rootWindow(connection),
+                                                    m_activeWindowAtom, XCB_ATOM_WINDOW, 0, 1),
                                    nullptr);
         if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
             active = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));

@@ -1,7 +1,7 @@
 #include "Platform/X11/X11HotkeyRegistrar.h"
 #include "Platform/X11/X11Connection.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QCoreApplication>
 #include <QGuiApplication>
@@ -114,7 +114,7 @@ X11HotkeyRegistrar::~X11HotkeyRegistrar()
     ungrabAll();
 }
 
-bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers)
+bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers)
 {
     ungrabId(id);
 
@@ -132,22 +132,14 @@ bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, const QList<Modifier> &mo
     {
         const ModifierMap map(connection, symbols);
         grab.lockMask = XCB_MOD_MASK_LOCK | map.maskFor({keysymNumLock}, XCB_MOD_MASK_2);
-        for (const Modifier modifier : modifiers) {
-            switch (modifier) {
-            case Modifier::command:
-                grab.modifiers |= map.maskFor({keysymSuperL, keysymSuperR}, XCB_MOD_MASK_4);
-                break;
-            case Modifier::shift:
-                grab.modifiers |= XCB_MOD_MASK_SHIFT;
-                break;
-            case Modifier::control:
-                grab.modifiers |= XCB_MOD_MASK_CONTROL;
-                break;
-            case Modifier::option:
-                grab.modifiers |= map.maskFor({keysymAltL, keysymAltR}, XCB_MOD_MASK_1);
-                break;
-            }
-        }
+        if (modifiers & Qt::MetaModifier)
+            grab.modifiers |= map.maskFor({keysymSuperL, keysymSuperR}, XCB_MOD_MASK_4);
+        if (modifiers & Qt::ShiftModifier)
+            grab.modifiers |= XCB_MOD_MASK_SHIFT;
+        if (modifiers & Qt::ControlModifier)
+            grab.modifiers |= XCB_MOD_MASK_CONTROL;
+        if (modifiers & Qt::AltModifier)
+            grab.modifiers |= map.maskFor({keysymAltL, keysymAltR}, XCB_MOD_MASK_1);
     }
     xcb_key_symbols_free(symbols);
 

@@ -16,7 +16,7 @@ public:
     explicit X11HotkeyRegistrar(QObject *parent = nullptr);
     ~X11HotkeyRegistrar() override;
 
-    bool grab(quint32 id, Qt::Key key, const QList<Modifier> &modifiers) override;
+    bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override;
     void ungrabAll() override;
 
     bool nativeEventFilter(const QByteArray &eventType, void *message, qintptr *result) override;

@@ -1,7 +1,7 @@
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Connection.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 #include <QGuiApplication>
 #include <QList>

@@ -1,6 +1,6 @@
 #include "Platform/X11/X11Pasteboard.h"
 
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "Platform/X11/X11ClipboardReader.h"
 
 #include <QClipboard>

@@ -1,6 +1,9 @@
+#include "Core/QmlModule.h"
 #include "EntryFactory.h"
 #include "StateFixture.h"
 
+#include <QQmlComponent>
+#include <QQmlEngine>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -88,7 +91,8 @@ private slots:
         m_state->applyEntries(m_entries, m_entries.at(1).id);
         m_state->removeEntry(m_entries.at(1).id);
         QCOMPARE(titles(m_state->clipboardEntries()),
-                 QStringList({QStringLiteral("alpha release notes"), QStringLiteral("Alpha"), QStringLiteral("gamma")}));
+                 QStringList({QStringLiteral("alpha release notes"), QStringLiteral("Alpha"),
+                              QStringLiteral("gamma")}));
         QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
 
         // Removing an unselected entry leaves the selection alone; an unknown id changes nothing.
@@ -124,6 +128,39 @@ private slots:
         QCOMPARE(configuration.consumesClicks, false);
         QCOMPARE(configuration.doubleClickReveals, true);
         QVERIFY(configuration != DesktopCoverConfiguration());
+    }
+
+    // What a settings page needs: enum fields read and written by name, and the shortcut table.
+    void preferencesBindFromQml()
+    {
+        QQmlEngine engine;
+        QmlModule::prepare(&engine);
+        QQmlComponent component(&engine);
+        component.setData(R"(
+            import QtQml
+            import Halcy
+            QtObject {
+                required property AppState state
+                readonly property bool circle: state.mirrorShape === Mirror.MirrorShape.circle
+                readonly property string hubShortcut: state.shortcuts[0].display
+                function choose() {
+                    state.hideDesktopFill = Desktop.DesktopFill.solidInk;
+                    state.defaultPasteMode = Clipboard.PasteMode.plainText;
+                }
+            })",
+                          QUrl());
+        std::unique_ptr<QObject> page(
+            component.createWithInitialProperties({{QStringLiteral("state"), QVariant::fromValue(m_state)}}));
+        QVERIFY2(page, qPrintable(component.errorString()));
+
+        QCOMPARE(page->property("circle").toBool(), false);
+        m_state->setMirrorShape(MirrorShape::circle);
+        QCOMPARE(page->property("circle").toBool(), true);
+        QCOMPARE(page->property("hubShortcut").toString(), m_state->shortcuts().first().displayForm());
+
+        QVERIFY(QMetaObject::invokeMethod(page.get(), "choose"));
+        QCOMPARE(m_state->hideDesktopFill(), DesktopFill::solidInk);
+        QCOMPARE(m_state->defaultPasteMode(), PasteMode::plainText);
     }
 };
 

@@ -66,6 +66,9 @@ private slots:
         QCOMPARE(state.defaultPasteMode(), PasteMode::formatted);
         QCOMPARE(state.selectedSettingsTab(), SettingsTab::general);
         QVERIFY(state.clipboardStatusMessage().isNull());
+        // Every row is a property of AppState that starts at the row's default.
+        for (const PreferenceRow &row : AppState::preferenceRows())
+            QVERIFY2(state.property(row.field) == row.defaultValue, row.field);
         QVERIFY(!QFile::exists(path()));
     }
 
@@ -103,10 +106,11 @@ private slots:
         QTest::addRow("fill stored as Boolean falls back")
             << QJsonObject{{"Halcy.hideDesktopFill", true}} << "hideDesktopFill"
             << QVariant(int(DesktopFill::matchWallpaper));
-        QTest::addRow("known fill is read") << QJsonObject{{"Halcy.hideDesktopFill", "blur"}} << "hideDesktopFill"
-                                             << QVariant(int(DesktopFill::blur));
+        QTest::addRow("known fill is read") << QJsonObject{{"Halcy.hideDesktopFill", "blur"}}
+                                            << "hideDesktopFill" << QVariant(int(DesktopFill::blur));
         QTest::addRow("colour with three numbers falls back")
-            << QJsonObject{{"Halcy.desktopSolidColor", QJsonArray{1, 0, 0}}} << "desktopSolidColor" << QVariant(ink);
+            << QJsonObject{{"Halcy.desktopSolidColor", QJsonArray{1, 0, 0}}} << "desktopSolidColor"
+            << QVariant(ink);
         QTest::addRow("colour as string falls back")
             << QJsonObject{{"Halcy.desktopSolidColor", "#ff0000"}} << "desktopSolidColor" << QVariant(ink);
         QTest::addRow("colour with a non-number falls back")
@@ -129,15 +133,9 @@ private slots:
 
         Preferences preferences;
         AppState state(&preferences);
-        QVariant actual;
-        if (field == QLatin1String("mirrorShape"))
-            actual = int(state.mirrorShape());
-        else if (field == QLatin1String("defaultPasteMode"))
-            actual = int(state.defaultPasteMode());
-        else if (field == QLatin1String("hideDesktopFill"))
-            actual = int(state.hideDesktopFill());
-        else
-            actual = state.property(field.toLatin1());
+        QVariant actual = state.property(field.toLatin1());
+        if (actual.metaType().flags() & QMetaType::IsEnumeration)
+            actual = actual.toInt();
         QCOMPARE(actual, expected);
     }
 
@@ -150,6 +148,9 @@ private slots:
             state.setMirrorShape(MirrorShape::circle);
             state.setDefaultPasteMode(PasteMode::plainText);
             state.setDesktopSolidColor(QColor::fromRgbF(0.25, 0.5, 0.75, 1.0));
+            // A value with no stored form (an enum out of range, as QML could write) is refused.
+            state.setMirrorShape(MirrorShape(7));
+            QCOMPARE(state.mirrorShape(), MirrorShape::circle);
             // Session-only fields never reach the file.
             state.setSearchQuery(QStringLiteral("abc"));
             state.setDesktopHidden(true);
@@ -238,11 +239,8 @@ private slots:
         QCOMPARE(json.value("Halcy.selectedMicDeviceID"), QJsonValue("mic-2"));
         QCOMPARE(json.value("Halcy.clipboardPaused"), QJsonValue(false));
         QCOMPARE(json.value("Halcy.mirrorShape"), QJsonValue("roundedRectangle"));
-        for (const char *field : {"clipboardEnabled", "mirrorEnabled", "desktopEnabled", "hideDesktopFill",
-                                  "desktopSolidColor", "desktopCoverConsumesClicks", "desktopDoubleClickToReveal",
-                                  "mirrorFlipDefault", "excludeMirrorFromScreenShare", "mirrorShowMicLevel",
-                                  "defaultPasteMode"})
-            QVERIFY2(json.contains(Preferences::key(field)), field);
+        for (const PreferenceRow &row : AppState::preferenceRows())
+            QVERIFY2(json.contains(row.key()), row.field);
     }
 };
 

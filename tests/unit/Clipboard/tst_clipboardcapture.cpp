@@ -51,7 +51,7 @@ private slots:
         QCOMPARE(capture.has_value(), !type.isEmpty());
         if (!capture)
             return;
-        QCOMPARE(rawValue(capture->type), type);
+        QCOMPARE(enumName(capture->type), type);
         QCOMPARE(capture->title, title);
         QCOMPARE(capture->textContent, std::optional<QString>(input.trimmed()));
         QVERIFY(!capture->preview.contains(QLatin1Char('\n')));

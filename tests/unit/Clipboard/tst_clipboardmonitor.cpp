@@ -150,10 +150,12 @@ void TestClipboardMonitor::kindPrecedence_data()
 
     QTest::addRow("files win over their paths as text")
         << FakePasteboard::Content{{uriList, "file:///home/u/report.pdf\r\n"}, {plain, "/home/u/report.pdf"}}
-        << "file" << "report.pdf";
+        << "file"
+        << "report.pdf";
     QTest::addRow("web addresses in a uri list fall back to text")
         << FakePasteboard::Content{{uriList, "https://example.com/\r\n"}, {plain, "https://example.com/"}}
-        << "link" << "example.com";
+        << "link"
+        << "example.com";
     QTest::addRow("text wins over an image")
         << FakePasteboard::Content{{plain, "caption"}, {QStringLiteral("image/png"), png}} << "text"
         << "caption";
@@ -165,9 +167,11 @@ void TestClipboardMonitor::kindPrecedence_data()
     QTest::addRow("text exactly at the size limit") << FakePasteboard::Content{{plain, atTheLimit}} << "text"
                                                     << "A" + QString(71, u'y') + "...";
     QTest::addRow("undecodable tiff gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << "" << "";
+        << FakePasteboard::Content{{QStringLiteral("image/tiff"), "II*\0garbage"}} << ""
+        << "";
     QTest::addRow("rich text alone gives nothing")
-        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << "" << "";
+        << FakePasteboard::Content{{QStringLiteral("text/html"), "<b>bold</b>"}} << ""
+        << "";
 }
 
 void TestClipboardMonitor::kindPrecedence()
@@ -188,7 +192,7 @@ void TestClipboardMonitor::kindPrecedence()
         return;
     }
     QCOMPARE(entries.size(), 1);
-    QCOMPARE(rawValue(entries.first().type), kind);
+    QCOMPARE(enumName(entries.first().type), kind);
     QCOMPARE(entries.first().title, title);
 }
 
@@ -257,9 +261,12 @@ void TestClipboardMonitor::sourceNameFallsBackToUnknown_data()
     QTest::addColumn<QString>("frontmost");
     QTest::addColumn<QString>("expected");
 
-    QTest::addRow("named application") << "Files" << "Files";
-    QTest::addRow("no active window") << "" << "Unknown";
-    QTest::addRow("blank name") << "  " << "Unknown";
+    QTest::addRow("named application") << "Files"
+                                       << "Files";
+    QTest::addRow("no active window") << ""
+                                      << "Unknown";
+    QTest::addRow("blank name") << "  "
+                                << "Unknown";
 }
 
 void TestClipboardMonitor::sourceNameFallsBackToUnknown()

@@ -181,7 +181,7 @@ private slots:
         QVERIFY2(record, qPrintable(error));
         QCOMPARE(record->title, capture.title);
         QCOMPARE(record->preview, capture.preview);
-        QCOMPARE(record->typeRawValue, rawValue(capture.type));
+        QCOMPARE(record->typeRawValue, enumName(capture.type));
         QCOMPARE(record->sourceAppName, capture.sourceAppName);
         QCOMPARE(record->timestamp, capture.timestamp);
         QCOMPARE(record->isPinned, false);

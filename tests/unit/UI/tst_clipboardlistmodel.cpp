@@ -70,7 +70,8 @@ private slots:
         QCOMPARE(role(model, 0, ClipboardListModel::QuickNumberRole).toInt(), 0);
         QCOMPARE(role(model, 1, ClipboardListModel::QuickNumberRole).toInt(), 1);
         QCOMPARE(role(model, 2, ClipboardListModel::QuickNumberRole).toInt(), 2);
-        QCOMPARE(role(model, 1, ClipboardListModel::AccessibleNameRole).toString(), QStringLiteral("Text, from Terminal"));
+        QCOMPARE(role(model, 1, ClipboardListModel::AccessibleNameRole).toString(),
+                 QStringLiteral("Text, from Terminal"));
 
         QSignalSpy countSpy(&model, &ClipboardListModel::countChanged);
         m_state->setSearchQuery(QStringLiteral("old"));
@@ -87,7 +88,8 @@ private slots:
     void selectionMovesOnlyTheAffectedRows()
     {
         const QDateTime now = QDateTime::currentDateTime();
-        const ClipboardHistoryEntries entries = {makeEntry(QStringLiteral("a"), now), makeEntry(QStringLiteral("b"), now.addSecs(-1)),
+        const ClipboardHistoryEntries entries = {makeEntry(QStringLiteral("a"), now),
+                                                 makeEntry(QStringLiteral("b"), now.addSecs(-1)),
                                                  makeEntry(QStringLiteral("c"), now.addSecs(-2))};
         m_state->applyEntries(entries);
         ClipboardListModel model(m_state);
@@ -129,7 +131,8 @@ private slots:
         QTest::addColumn<QRect>("anchor");
         QTest::addColumn<QPoint>("expected");
         // 344 × 560 on a 1920 × 1080 screen.
-        QTest::addRow("tray at the top right: below, pulled left") << QRect(1896, 0, 24, 24) << QPoint(1576, 28);
+        QTest::addRow("tray at the top right: below, pulled left")
+            << QRect(1896, 0, 24, 24) << QPoint(1576, 28);
         QTest::addRow("tray at the bottom: above") << QRect(900, 1056, 24, 24) << QPoint(739, 492);
         QTest::addRow("tray at the top left: below, pushed right") << QRect(0, 0, 24, 24) << QPoint(0, 28);
         QTest::addRow("pointer in the middle: below it") << QRect(960, 300, 1, 1) << QPoint(788, 305);

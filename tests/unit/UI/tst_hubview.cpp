@@ -80,7 +80,8 @@ private slots:
         m_fixture = std::make_unique<StateFixture>();
         m_state = &m_fixture->state;
         m_commander = std::make_unique<RecordingCommander>();
-        m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)), makeEntry(QStringLiteral("second"), secondsAgo(20)),
+        m_entries = {makeEntry(QStringLiteral("first"), secondsAgo(10)),
+                     makeEntry(QStringLiteral("second"), secondsAgo(20)),
                      makeEntry(QStringLiteral("third"), secondsAgo(30))};
         m_state->applyEntries(m_entries);
         m_popover = std::make_unique<HubPopover>(m_state, m_commander.get(), QString());

@@ -1,7 +1,8 @@
-#include "App/Logging.h"
+#include "Core/Logging.h"
 
 Q_LOGGING_CATEGORY(lcApp, "halcy.app", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcPreferences, "halcy.preferences", QtInfoMsg)
+Q_LOGGING_CATEGORY(lcSettings, "halcy.settings", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcClipboard, "halcy.clipboard", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcStore, "halcy.store", QtInfoMsg)
 Q_LOGGING_CATEGORY(lcPlatform, "halcy.platform", QtInfoMsg)

@@ -83,6 +83,7 @@ public:
     void quit() override;
 
 private:
+    void runShortcut(const QString &actionID);
     void openClipboardStore(const QString &historyPath);
     void reloadEntries();
     bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);

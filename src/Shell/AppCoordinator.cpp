@@ -1,30 +1,21 @@
-#include "App/AppCoordinator.h"
+#include "Shell/AppCoordinator.h"
 
 #include "App/AppState.h"
-#include "App/Logging.h"
 #include "App/Preferences.h"
-#include "App/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
+#include "Core/GuiThread.h"
+#include "Core/Logging.h"
 #include "Hotkeys/HotkeyManager.h"
-#include "Platform/HotkeyRegistrar.h"
 #include "Platform/FrontmostApplication.h"
+#include "Platform/HotkeyRegistrar.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
+#include "Shell/StatusItemController.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
-#include <QThread>
 #include <QTimer>
-
-namespace {
-
-void assertGuiThread()
-{
-    Q_ASSERT(QThread::currentThread() == QCoreApplication::instance()->thread());
-}
-
-} // namespace
 
 AppCoordinator::Locations AppCoordinator::Locations::standard()
 {
@@ -54,6 +45,7 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
         std::make_unique<PasteService>(m_platform.pasteboard.get(), m_platform.keystrokePoster.get());
     m_hotkeyManager =
         std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
+    connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
         // Seeded with the current change count: what is on the clipboard at launch is not new.
@@ -81,7 +73,8 @@ void AppCoordinator::openClipboardStore(const QString &historyPath)
     m_clipboardStore = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit, &error);
     if (!m_clipboardStore)
         qCCritical(lcStore, "In-memory store unavailable too: %s", qUtf8Printable(error));
-    m_appState->setClipboardStatusMessage(QStringLiteral("Clipboard history is running without persistence."));
+    m_appState->setClipboardStatusMessage(
+        QStringLiteral("Clipboard history is running without persistence."));
 }
 
 void AppCoordinator::start()
@@ -92,7 +85,7 @@ void AppCoordinator::start()
     const QString databasePath =
         m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
     m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
-    m_hotkeyManager->start(this);
+    m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
 }
@@ -112,6 +105,17 @@ void AppCoordinator::shutdown()
 void AppCoordinator::reloadEntries()
 {
     m_appState->applyEntries(m_clipboardStore ? m_clipboardStore->entries() : ClipboardHistoryEntries());
+}
+
+void AppCoordinator::runShortcut(const QString &actionID)
+{
+    // An action this build does not know (a newer table) does nothing.
+    if (actionID == QLatin1String("clipboard.open"))
+        toggleHub();
+    else if (actionID == QLatin1String("mirror.toggle"))
+        toggleMirror();
+    else if (actionID == QLatin1String("desktop.toggle"))
+        toggleDesktopCover();
 }
 
 void AppCoordinator::toggleHub()

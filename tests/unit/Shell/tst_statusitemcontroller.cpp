@@ -1,4 +1,4 @@
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 #include "RecordingCommander.h"
 #include "StateFixture.h"
 

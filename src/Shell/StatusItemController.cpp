@@ -1,8 +1,8 @@
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 
 #include "App/AppCommanding.h"
 #include "App/AppState.h"
-#include "App/Logging.h"
+#include "Core/Logging.h"
 #include "UI/HubPopover.h"
 
 #include <QAction>
@@ -30,12 +30,13 @@ StatusItemController::StatusItemController(AppState *appState, AppCommanding *co
         if (m_appState)
             configureButton(m_appState->mirrorOpen());
     });
-    connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this, [this](QSystemTrayIcon::ActivationReason reason) {
-        // Right click (Context) shows the menu through the tray itself; it never opens the hub. Two
-        // quick clicks arrive as Trigger then DoubleClick: open, then close, like two slow ones.
-        if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
-            togglePopover();
-    });
+    connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this,
+            [this](QSystemTrayIcon::ActivationReason reason) {
+                // Right click (Context) shows the menu through the tray itself; it never opens the hub. Two
+                // quick clicks arrive as Trigger then DoubleClick: open, then close, like two slow ones.
+                if (reason == QSystemTrayIcon::Trigger || reason == QSystemTrayIcon::DoubleClick)
+                    togglePopover();
+            });
 
     if (!QSystemTrayIcon::isSystemTrayAvailable())
         qCInfo(lcApp) << "This desktop offers no system tray: no icon is shown; the global shortcut and"
@@ -105,8 +106,10 @@ QIcon StatusItemController::makeIcon(bool mirrorOpen)
             painter.drawEllipse(QPointF(9 * unit, 9.8 * unit), 2.8 * unit, 2.8 * unit);
         } else {
             painter.setBrush(QColor(20, 21, 26));
-            painter.drawRoundedRect(QRectF(5.5 * unit, 7.8 * unit, 7 * unit, 1.4 * unit), 0.7 * unit, 0.7 * unit);
-            painter.drawRoundedRect(QRectF(5.5 * unit, 10.8 * unit, 5 * unit, 1.4 * unit), 0.7 * unit, 0.7 * unit);
+            painter.drawRoundedRect(QRectF(5.5 * unit, 7.8 * unit, 7 * unit, 1.4 * unit), 0.7 * unit,
+                                    0.7 * unit);
+            painter.drawRoundedRect(QRectF(5.5 * unit, 10.8 * unit, 5 * unit, 1.4 * unit), 0.7 * unit,
+                                    0.7 * unit);
         }
         painter.end();
         icon.addPixmap(pixmap);

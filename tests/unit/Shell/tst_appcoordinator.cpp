@@ -1,6 +1,6 @@
-#include "App/AppCoordinator.h"
+#include "Shell/AppCoordinator.h"
 #include "App/AppState.h"
-#include "App/StatusItemController.h"
+#include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
@@ -96,9 +96,9 @@ private slots:
         QCOMPARE(hotkeys->grabCalls(), 3);
         QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
 
-        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::command, Modifier::shift}));
+        QVERIFY(hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
         QTRY_VERIFY(first->isPopoverShown());
-        QVERIFY(hotkeys->press(Qt::Key_V, {Modifier::shift, Modifier::command}));
+        QVERIFY(hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
         QTRY_VERIFY(!first->isPopoverShown());
     }
 
