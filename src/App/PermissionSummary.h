@@ -1,41 +1,28 @@
 #pragma once
 
+#include "Core/EnumNames.h"
+
 #include <QList>
-#include <QMetaType>
 #include <QString>
 #include <QStringList>
 
-#include <QtQml/qqmlregistration.h>
-
 // The standing of one permission. Linux never asks the user, so notDetermined is not reported there.
-class PermissionStateNames
+enum class PermissionState
 {
-    Q_GADGET
-    QML_NAMED_ELEMENT(PermissionState)
-    QML_UNCREATABLE("an enumeration")
-public:
-    enum Value
-    {
-        allowed,
-        needed,
-        notDetermined,
-        unavailable
-    };
-    Q_ENUM(Value)
+    allowed,
+    needed,
+    notDetermined,
+    unavailable
 };
-using PermissionState = PermissionStateNames::Value;
+
+template <> struct EnumTraits<PermissionState>
+{
+    static constexpr std::array<const char *, 4> names{"allowed", "needed", "notDetermined", "unavailable"};
+};
 
 // One permission as the settings and onboarding pages show it. Equal only when every field is.
 struct PermissionSummary
 {
-    Q_GADGET
-    Q_PROPERTY(QString id MEMBER id)
-    Q_PROPERTY(QString title MEMBER title)
-    Q_PROPERTY(QString detail MEMBER detail)
-    Q_PROPERTY(PermissionStateNames::Value state MEMBER state)
-    Q_PROPERTY(bool canOpenSettings READ canOpenSettings)
-
-public:
     QString id;
     QString title;
     QString detail;
@@ -54,5 +41,3 @@ public:
 };
 
 using PermissionSummaries = QList<PermissionSummary>;
-
-Q_DECLARE_METATYPE(PermissionSummary)

@@ -34,7 +34,6 @@ Permissions::Permissions(std::unique_ptr<PermissionProbe> probe, std::function<b
                          QObject *parent)
     : QObject(parent), m_probe(std::move(probe)), m_canPostKeystrokes(std::move(canPostKeystrokes))
 {
-    qRegisterMetaType<PermissionSummary>();
     m_summaries = summariesFor({});
 }
 

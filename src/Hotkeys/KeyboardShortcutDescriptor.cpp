@@ -46,16 +46,20 @@ Qt::KeyboardModifiers KeyboardShortcutDescriptor::qtModifiers() const
 
 QString KeyboardShortcutDescriptor::displayForm() const
 {
-    const Qt::KeyboardModifiers qtModifiers = this->qtModifiers();
+    // As Linux desktops write shortcuts: "Super", not Qt's "Meta", and Ctrl before Super before Shift.
+    QString text;
+    const std::pair<Modifier, const char *> order[] = {{Modifier::control, "Ctrl+"},
+                                                       {Modifier::option, "Alt+"},
+                                                       {Modifier::command, "Super+"},
+                                                       {Modifier::shift, "Shift+"}};
+    for (const auto &[modifier, name] : order) {
+        if (modifiers.contains(modifier))
+            text += QLatin1String(name);
+    }
     if (const std::optional<Qt::Key> qtKey = ShortcutKeys::keyFor(key))
-        return QKeySequence(QKeyCombination(qtModifiers, *qtKey)).toString(QKeySequence::NativeText);
-
+        return text + QKeySequence(*qtKey).toString(QKeySequence::NativeText);
     // A key the table does not know still gets a readable label.
-    const QString prefix = qtModifiers ? QKeySequence(QKeyCombination(qtModifiers, Qt::Key_A))
-                                             .toString(QKeySequence::NativeText)
-                                             .chopped(1)
-                                       : QString();
-    return prefix + key.toUpper();
+    return text + key.toUpper();
 }
 
 QString KeyboardShortcutDescriptor::macDisplayForm() const

@@ -20,7 +20,7 @@ struct KeyboardShortcutDescriptor
 
     // The modifiers as Qt names them; command is Meta, the Super key on Linux.
     Qt::KeyboardModifiers qtModifiers() const;
-    // The platform's own notation, e.g. "Meta+Shift+V" on Linux (Qt calls the Super key "Meta").
+    // As Linux desktops write it, e.g. "Super+Shift+V", "Ctrl+Super+M".
     QString displayForm() const;
     // Symbols in the fixed order control, option, shift, command, then the key in upper case: "⇧⌘V".
     QString macDisplayForm() const;

@@ -3,8 +3,10 @@
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
 
+#include <QElapsedTimer>
 #include <QPointer>
 #include <QString>
+#include <QUrl>
 
 #include <memory>
 
@@ -14,6 +16,13 @@ class FrontmostApplication;
 class HotkeyManager;
 class HotkeyRegistrar;
 class KeystrokePoster;
+class LoginItem;
+class OnboardingWindowController;
+class PermissionProbe;
+class Permissions;
+class SettingsWindowController;
+class UpdateProvider;
+struct UpdateCheckResult;
 class Pasteboard;
 class PasteService;
 class Preferences;
@@ -29,7 +38,12 @@ public:
     {
         QString preferencesPath;
         QString historyPath;
+        // Where windows keep their positions.
+        QString windowStatePath;
+        // Empty: this build's feed.
+        QUrl updateFeedURL = builtInFeedURL();
         static Locations standard();
+        static QUrl builtInFeedURL();
     };
 
     // The desktop behind the platform seam; tests hand in fakes.
@@ -40,6 +54,9 @@ public:
         std::unique_ptr<FrontmostApplication> frontmostApplication;
         // Null: the registrar of the running platform.
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
+        // Null: the probe and login item of the running system.
+        std::unique_ptr<PermissionProbe> permissionProbe;
+        std::unique_ptr<LoginItem> loginItem;
         static Platform createDefault();
 
         Platform();
@@ -51,6 +68,8 @@ public:
     static constexpr int clearRecentHistorySeconds = 1800;
     // How long the window manager gets to give the focus back after the hub closes for a paste.
     static constexpr int focusSettleMs = 150;
+    // How long "Checking…" stays on the update button at least, so a quick answer does not flicker.
+    static constexpr int updateCheckingFlagMs = 3000;
 
     explicit AppCoordinator(const Locations &locations = Locations::standard(),
                             Platform platform = Platform::createDefault(), QObject *parent = nullptr);
@@ -66,6 +85,9 @@ public:
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
+    SettingsWindowController *settingsWindowController() const { return m_settingsWindowController.get(); }
+    OnboardingWindowController *onboardingController() const { return m_onboardingController.get(); }
+    Permissions *permissions() const { return m_permissions.get(); }
 
     void toggleHub() override;
     void toggleMirror() override;
@@ -80,10 +102,15 @@ public:
     void openSettingsAtTab(SettingsTab tab) override;
     void refreshPermissions() override;
     void checkForUpdates() override;
+    void refreshDevices() override;
+    void resetSettings() override;
+    void openPermissionSettings(const QString &permissionID) override;
     void quit() override;
 
 private:
     void runShortcut(const QString &actionID);
+    void showOnboardingIfNeeded();
+    void finishUpdateCheck(const UpdateCheckResult &result);
     void openClipboardStore(const QString &historyPath);
     void reloadEntries();
     bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);
@@ -102,5 +129,11 @@ private:
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
+    std::unique_ptr<Permissions> m_permissions;
+    std::unique_ptr<UpdateProvider> m_updateProvider;
+    QString m_windowStatePath;
+    std::unique_ptr<OnboardingWindowController> m_onboardingController;
+    std::unique_ptr<SettingsWindowController> m_settingsWindowController;
+    QElapsedTimer m_updateCheckClock;
     bool m_shutDown = false;
 };

@@ -26,13 +26,14 @@ private slots:
         QTest::addColumn<QByteArray>("pulseServer");
         QTest::addColumn<QList<int>>("states");
         using S = PermissionState;
+        const auto i = [](S s) { return int(s); };
         QTest::addRow("the session's audio server")
-            << QByteArray() << QList<int>{S::allowed, S::unavailable, S::allowed};
+            << QByteArray() << QList<int>{i(S::allowed), i(S::unavailable), i(S::allowed)};
         QTest::addRow("no audio server at its address")
             << QByteArray("unix:/nonexistent/pulse/native")
-            << QList<int>{S::allowed, S::unavailable, S::unavailable};
+            << QList<int>{i(S::allowed), i(S::unavailable), i(S::unavailable)};
         QTest::addRow("a stale socket nobody listens on")
-            << QByteArray("stale") << QList<int>{S::allowed, S::unavailable, S::unavailable};
+            << QByteArray("stale") << QList<int>{i(S::allowed), i(S::unavailable), i(S::unavailable)};
     }
     void summariesOfThisMachine()
     {
@@ -70,7 +71,7 @@ private slots:
         QFETCH(QList<int>, states);
         QList<int> found;
         for (const PermissionSummary &summary : permissions.summaries())
-            found << summary.state;
+            found << int(summary.state);
         QCOMPARE(found, states);
     }
 };

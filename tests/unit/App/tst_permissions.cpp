@@ -48,16 +48,18 @@ private slots:
         QTest::addColumn<QList<int>>("states");
         using D = DeviceAccess;
         using S = PermissionState;
-        QTest::addRow("everything reachable")
-            << true << int(D::open) << int(D::open) << true << QList<int>{S::allowed, S::allowed, S::allowed};
+        const auto i = [](S s) { return int(s); };
+        QTest::addRow("everything reachable") << true << int(D::open) << int(D::open) << true
+                                              << QList<int>{i(S::allowed), i(S::allowed), i(S::allowed)};
         QTest::addRow("no XTest, camera and audio server refuse")
             << false << int(D::refused) << int(D::refused) << true
-            << QList<int>{S::needed, S::needed, S::needed};
-        QTest::addRow("no camera, no audio server") << true << int(D::none) << int(D::none) << true
-                                                    << QList<int>{S::allowed, S::unavailable, S::unavailable};
+            << QList<int>{i(S::needed), i(S::needed), i(S::needed)};
+        QTest::addRow("no camera, no audio server")
+            << true << int(D::none) << int(D::none) << true
+            << QList<int>{i(S::allowed), i(S::unavailable), i(S::unavailable)};
         QTest::addRow("a strange camera, an audio server without inputs")
             << true << int(D::unexpected) << int(D::open) << false
-            << QList<int>{S::allowed, S::unavailable, S::unavailable};
+            << QList<int>{i(S::allowed), i(S::unavailable), i(S::unavailable)};
     }
     void statesFollowTheSystem()
     {
@@ -79,7 +81,7 @@ private slots:
         QList<int> found;
         QStringList ids;
         for (const PermissionSummary &summary : summaries) {
-            found << summary.state;
+            found << int(summary.state);
             ids << summary.id;
         }
         QCOMPARE(ids, (QStringList{"accessibility", "camera", "microphone"}));

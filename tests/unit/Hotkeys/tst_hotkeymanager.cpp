@@ -165,7 +165,7 @@ private Q_SLOTS:
         QTest::addRow("all four in fixed order, whatever the list order")
             << QStringLiteral("/")
             << QList<Modifier>{Modifier::command, Modifier::shift, Modifier::option, Modifier::control}
-            << QStringLiteral("⌃⌥⇧⌘/") << QStringLiteral("Meta+Ctrl+Alt+Shift+/");
+            << QStringLiteral("⌃⌥⇧⌘/") << QStringLiteral("Ctrl+Alt+Super+Shift+/");
         QTest::addRow("no modifiers")
             << QStringLiteral("7") << QList<Modifier>{} << QStringLiteral("7") << QStringLiteral("7");
         QTest::addRow("a repeated modifier shows once")
@@ -173,7 +173,7 @@ private Q_SLOTS:
             << QStringLiteral("⌥D") << QStringLiteral("Alt+D");
         QTest::addRow("key outside the table still labelled")
             << QStringLiteral("f1") << shiftCommand << QStringLiteral("⇧⌘F1")
-            << QStringLiteral("Meta+Shift+F1");
+            << QStringLiteral("Super+Shift+F1");
     }
 
     void displayForms()
