@@ -18,7 +18,8 @@ test_packages=(
     qml6-module-qttest
     xvfb openbox trayer xdotool xclip x11-utils x11-xserver-utils x11-xkb-utils imagemagick
     pulseaudio pulseaudio-utils gstreamer1.0-plugins-base gstreamer1.0-plugins-good
-    sqlite3 procps
+    sqlite3 procps xterm lxterminal
+    libgstreamer1.0-dev
 )
 
 packages=("${build_packages[@]}")

@@ -7,6 +7,7 @@
 #include <QApplication>
 #include <QCommandLineParser>
 #include <QElapsedTimer>
+#include <QGuiApplication>
 #include <QQuickWindow>
 #include <QSGRendererInterface>
 #include <QThread>
@@ -88,12 +89,12 @@ int main(int argc, char **argv)
         printLine(stderr, parser.errorText());
         return 2;
     }
-    if (parser.isSet(helpOption)) {
-        printLine(stdout, parser.helpText());
-        return 0;
-    }
-    if (parser.isSet(versionOption)) {
-        printLine(stdout, QStringLiteral("halcy %1").arg(QStringLiteral(HALCY_VERSION)));
+    if (parser.isSet(helpOption) || parser.isSet(QStringLiteral("help-all")) || parser.isSet(versionOption)) {
+        // The parser names the executable and lists Qt's own options only with an application
+        // object; an offscreen one needs no display, so help works over ssh and under Wayland too.
+        qputenv("QT_QPA_PLATFORM", "offscreen");
+        QGuiApplication helpApp(argc, argv);
+        parser.process(helpApp); // prints and exits
         return 0;
     }
     const QStringList positional = parser.positionalArguments();
@@ -112,6 +113,7 @@ int main(int argc, char **argv)
         return 1;
     }
 
+    DesktopSession::preferX11();
     const QString unavailable = DesktopSession::unavailableReason();
     if (!unavailable.isEmpty()) {
         printLine(stderr, unavailable);

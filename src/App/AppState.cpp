@@ -271,3 +271,12 @@ QVariantList AppState::shortcutRows() const
     }
     return rows;
 }
+
+QString AppState::shortcutText(const QString &shortcutID) const
+{
+    for (const KeyboardShortcutDescriptor &shortcut : m_shortcuts) {
+        if (shortcut.id == shortcutID)
+            return shortcut.displayForm();
+    }
+    return {};
+}

@@ -98,6 +98,8 @@ public:
     SettingsTab selectedSettingsTab() const { return m_selectedSettingsTab; }
     // The fixed table of global shortcuts.
     const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
+    // How the shortcut with this action id is written on this desktop; empty for an unknown id.
+    Q_INVOKABLE QString shortcutText(const QString &shortcutID) const;
     QVariantList shortcutRows() const;
 
     // Every persisted field, in the order settings lists them.

@@ -107,6 +107,8 @@ void ClipboardMonitor::record(const PasteboardContent &content, std::optional<Cl
     case PasteboardContent::Status::empty:
         // The owner went away and took its content along.
         qCDebug(lcClipboard) << "clipboard emptied at change" << changeCount;
+        if (m_delegate)
+            m_delegate->clipboardEmptied();
         return;
     case PasteboardContent::Status::excluded:
         qCDebug(lcClipboard) << "skipping own, secret, transient or generated copy at change" << changeCount;

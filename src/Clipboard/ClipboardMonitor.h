@@ -25,6 +25,8 @@ public:
     virtual bool isCaptureEnabled() const = 0;
     virtual void publishEntries(const ClipboardHistoryEntries &entries) = 0;
     virtual void reportStatus(const QString &message) = 0;
+    // Nobody owns the clipboard any more: the program that copied has gone and took its copy along.
+    virtual void clipboardEmptied() {}
 };
 
 // Watches the clipboard and records every new content in the store. It reacts to the pasteboard's

@@ -1,5 +1,8 @@
 #include "Clipboard/ClipboardStore.h"
 
+#include "Clipboard/HistoryDatabase.h"
+#include "Clipboard/HistoryFile.h"
+#include "Clipboard/HistorySchema.h"
 #include "Core/Logging.h"
 
 #include <QCoreApplication>
@@ -12,47 +15,18 @@
 #include <QSqlQuery>
 #include <QStandardPaths>
 #include <QThread>
-#include <QUrl>
-#include <QVersionNumber>
 
 #include <algorithm>
-#include <array>
 #include <utility>
+
+using namespace HistoryDatabase;
+using HistorySchema::SchemaState;
 
 namespace {
 
-constexpr QFileDevice::Permissions ownerOnlyFile = QFileDevice::ReadOwner | QFileDevice::WriteOwner;
-constexpr QFileDevice::Permissions ownerOnlyDirectory = ownerOnlyFile | QFileDevice::ExeOwner;
-constexpr QFileDevice::Permissions modeBits =
-    QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner | QFileDevice::ReadGroup |
-    QFileDevice::WriteGroup | QFileDevice::ExeGroup | QFileDevice::ReadOther | QFileDevice::WriteOther |
-    QFileDevice::ExeOther;
-
-// Small enough that a second instance holding the lock cannot freeze the interface for long.
-constexpr int busyTimeoutMs = 500;
 // The write-ahead log shrinks back to this after a checkpoint, so one large image does not leave a
 // large file behind.
 constexpr qint64 walSizeLimitBytes = 4 * 1024 * 1024;
-
-const QByteArray sqliteHeader = QByteArrayLiteral("SQLite format 3\0");
-
-const QString metadataTable = QStringLiteral("metadata");
-const QString versionKey = QStringLiteral("schemaVersion");
-
-const QStringList recordColumns = {
-    QStringLiteral("id"),
-    QStringLiteral("title"),
-    QStringLiteral("preview"),
-    QStringLiteral("typeRawValue"),
-    QStringLiteral("sourceAppName"),
-    QStringLiteral("timestamp"),
-    QStringLiteral("isPinned"),
-    QStringLiteral("fingerprint"),
-    QStringLiteral("textContent"),
-    QStringLiteral("fileURLStrings"),
-    QStringLiteral("imageBookmark"),
-    QStringLiteral("imageData"),
-};
 
 // Everything an entry shows; the image bytes are left on disk.
 const QString entryColumns = QStringLiteral(
@@ -77,52 +51,11 @@ enum EntryColumn
 // Records written in the same millisecond: the later write (higher rowid) counts as newer.
 const QString newestFirst = QStringLiteral("ORDER BY timestamp DESC, rowid DESC");
 
-struct Migration
-{
-    const char *fromVersion;
-    const char *toVersion;
-    bool (*apply)(QSqlDatabase &database, QString *error);
-};
-
-// Applied in order, each within the transaction that opens the store. A schema change appends a step
-// from the previous version and raises ClipboardStore::schemaVersion.
-const std::array<Migration, 0> migrations{};
-
 void assertMainThread()
 {
     Q_ASSERT_X(!QCoreApplication::instance() ||
                    QThread::currentThread() == QCoreApplication::instance()->thread(),
                "ClipboardStore", "the history store is used from the main thread only");
-}
-
-bool fail(QString *error, const QString &message)
-{
-    qCWarning(lcStore).noquote() << message;
-    if (error)
-        *error = message;
-    return false;
-}
-
-bool failQuery(QString *error, const char *what, const QSqlQuery &query)
-{
-    return fail(error, QStringLiteral("%1: %2").arg(QLatin1String(what), query.lastError().text()));
-}
-
-bool exec(QSqlQuery &query, const char *what, QString *error)
-{
-    return query.exec() || failQuery(error, what, query);
-}
-
-bool exec(QSqlDatabase &database, const QString &sql, const char *what, QString *error)
-{
-    QSqlQuery query(database);
-    return query.exec(sql) || failQuery(error, what, query);
-}
-
-QString newConnectionName(const char *role)
-{
-    static quint64 counter = 0;
-    return QStringLiteral("halcy.store.%1.%2").arg(QLatin1String(role)).arg(++counter);
 }
 
 QString nonNull(const QString &text)
@@ -195,224 +128,6 @@ QString idText(const QUuid &id)
     return id.toString(QUuid::WithoutBraces);
 }
 
-enum class SchemaState
-{
-    empty,
-    current,
-    older
-};
-
-// Works on a read-only connection too: it only reads.
-bool inspectSchema(QSqlDatabase &database, const QString &displayPath, SchemaState *state, QString *version,
-                   QString *error)
-{
-    QSqlQuery tables(database);
-    tables.setForwardOnly(true);
-    if (!tables.exec(QStringLiteral("SELECT name FROM sqlite_master WHERE type = 'table'")))
-        return fail(error, QStringLiteral("The history file %1 cannot be read: %2")
-                               .arg(displayPath, tables.lastError().text()));
-    QStringList names;
-    while (tables.next())
-        names.append(tables.value(0).toString());
-
-    if (names.isEmpty()) {
-        *state = SchemaState::empty;
-        return true;
-    }
-    const QString notOurs = QStringLiteral("The file %1 is not a Halcy clipboard history.").arg(displayPath);
-    if (!names.contains(metadataTable))
-        return fail(error, notOurs);
-
-    QSqlQuery read(database);
-    read.prepare(QStringLiteral("SELECT value FROM metadata WHERE key = ?"));
-    read.addBindValue(versionKey);
-    if (!read.exec())
-        return fail(error, QStringLiteral("The history file %1 cannot be read: %2")
-                               .arg(displayPath, read.lastError().text()));
-    if (!read.next())
-        return fail(error, notOurs);
-    *version = read.value(0).toString();
-    const QVersionNumber stored = QVersionNumber::fromString(*version);
-    const QVersionNumber ours = QVersionNumber::fromString(QLatin1String(ClipboardStore::schemaVersion));
-    if (stored.isNull())
-        return fail(error, notOurs);
-    if (stored > ours)
-        return fail(error, QStringLiteral("The history was written by a newer version of Halcy (schema %1); "
-                                          "this version reads schema %2. The file was left as it is.")
-                               .arg(*version, QLatin1String(ClipboardStore::schemaVersion)));
-    if (stored < ours) {
-        *state = SchemaState::older;
-        return true;
-    }
-
-    QSqlQuery columns(database);
-    if (!columns.exec(QStringLiteral("PRAGMA table_info(ClipboardRecord)")))
-        return failQuery(error, "Could not read the history table", columns);
-    QStringList present;
-    while (columns.next())
-        present.append(columns.value(1).toString());
-    for (const QString &column : recordColumns) {
-        if (!present.contains(column))
-            return fail(error, QStringLiteral("The history file %1 is damaged: column %2 is missing.")
-                                   .arg(displayPath, column));
-    }
-    *state = SchemaState::current;
-    return true;
-}
-
-bool createSchema(QSqlDatabase &database, QString *error)
-{
-    const char *what = "Could not create the history tables";
-    return exec(database,
-                QStringLiteral("CREATE TABLE metadata (key TEXT PRIMARY KEY NOT NULL, value TEXT NOT NULL)"),
-                what, error) &&
-           exec(database,
-                QStringLiteral("CREATE TABLE ClipboardRecord ("
-                               "id TEXT PRIMARY KEY NOT NULL, "
-                               "title TEXT NOT NULL, "
-                               "preview TEXT NOT NULL, "
-                               "typeRawValue TEXT NOT NULL, "
-                               "sourceAppName TEXT NOT NULL, "
-                               "timestamp INTEGER NOT NULL, "
-                               "isPinned INTEGER NOT NULL DEFAULT 0 CHECK (isPinned IN (0, 1)), "
-                               "fingerprint TEXT NOT NULL, "
-                               "textContent TEXT, "
-                               "fileURLStrings TEXT NOT NULL DEFAULT '[]', "
-                               "imageBookmark TEXT, "
-                               "imageData BLOB)"),
-                what, error) &&
-           exec(database,
-                QStringLiteral("CREATE INDEX ClipboardRecord_fingerprint ON ClipboardRecord (fingerprint)"),
-                what, error) &&
-           exec(database,
-                QStringLiteral("CREATE INDEX ClipboardRecord_timestamp ON ClipboardRecord (timestamp)"), what,
-                error);
-}
-
-bool writeVersion(QSqlDatabase &database, const QString &version, QString *error)
-{
-    QSqlQuery query(database);
-    query.prepare(QStringLiteral("INSERT OR REPLACE INTO metadata (key, value) VALUES (?, ?)"));
-    query.addBindValue(versionKey);
-    query.addBindValue(version);
-    return exec(query, "Could not record the history schema version", error);
-}
-
-bool migrate(QSqlDatabase &database, const QString &from, QString *error)
-{
-    QString version = from;
-    for (const Migration &step : migrations) {
-        if (version != QLatin1String(step.fromVersion))
-            continue;
-        qCInfo(lcStore) << "Migrating the history from schema" << version << "to" << step.toVersion;
-        if (!step.apply(database, error))
-            return false;
-        version = QLatin1String(step.toVersion);
-    }
-    if (version != QLatin1String(ClipboardStore::schemaVersion))
-        return fail(error, QStringLiteral("The history uses schema %1, which this version of Halcy cannot "
-                                          "upgrade.")
-                               .arg(from));
-    return writeVersion(database, version, error);
-}
-
-// BEGIN IMMEDIATE takes the write lock up front, so a read-only file or a competing writer shows up at
-// the start of an operation rather than halfway through it.
-class Transaction final
-{
-public:
-    explicit Transaction(QSqlDatabase &database) : m_database(database) {}
-    Transaction(const Transaction &) = delete;
-    Transaction &operator=(const Transaction &) = delete;
-    ~Transaction()
-    {
-        if (m_open) {
-            QSqlQuery query(m_database);
-            if (!query.exec(QStringLiteral("ROLLBACK")))
-                qCWarning(lcStore) << "Rollback failed:" << query.lastError().text();
-        }
-    }
-
-    bool begin(const char *what, QString *error)
-    {
-        m_open = exec(m_database, QStringLiteral("BEGIN IMMEDIATE"), what, error);
-        return m_open;
-    }
-
-    bool commit(const char *what, QString *error)
-    {
-        if (!exec(m_database, QStringLiteral("COMMIT"), what, error))
-            return false;
-        m_open = false;
-        return true;
-    }
-
-private:
-    QSqlDatabase &m_database;
-    bool m_open = false;
-};
-
-QString sqliteURI(const QString &path, const QString &parameters)
-{
-    return QUrl::fromLocalFile(path).toString(QUrl::FullyEncoded) + QLatin1Char('?') + parameters;
-}
-
-// Reads an existing file without any chance of changing it: the header is checked before SQLite sees the
-// file, and SQLite then opens it read-only (immutable when no write-ahead log exists, so not even the
-// shared-memory index is created beside it).
-bool validateExisting(const QString &path, SchemaState *state, QString *error)
-{
-    QFile file(path);
-    if (!file.open(QIODevice::ReadOnly))
-        return fail(error,
-                    QStringLiteral("The history file %1 cannot be read: %2").arg(path, file.errorString()));
-    if (file.size() == 0) {
-        // Left behind by a start that was interrupted before SQLite wrote anything.
-        *state = SchemaState::empty;
-        return true;
-    }
-    const QByteArray header = file.read(sqliteHeader.size());
-    file.close();
-    if (header != sqliteHeader)
-        return fail(
-            error,
-            QStringLiteral("The file %1 is not a Halcy clipboard history; it was left as it is.").arg(path));
-
-    const bool hasLog = QFileInfo::exists(path + QStringLiteral("-wal"));
-    const QString connectionName = newConnectionName("check");
-    bool ok = false;
-    {
-        QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), connectionName);
-        database.setConnectOptions(
-            QStringLiteral("QSQLITE_OPEN_READONLY;QSQLITE_OPEN_URI;QSQLITE_BUSY_TIMEOUT=%1")
-                .arg(busyTimeoutMs));
-        database.setDatabaseName(
-            sqliteURI(path, hasLog ? QStringLiteral("mode=ro") : QStringLiteral("immutable=1")));
-        if (!database.open()) {
-            fail(error, QStringLiteral("The history file %1 cannot be opened: %2")
-                            .arg(path, database.lastError().text()));
-        } else {
-            QString version;
-            ok = inspectSchema(database, path, state, &version, error);
-            database.close();
-        }
-    }
-    QSqlDatabase::removeDatabase(connectionName);
-    return ok;
-}
-
-// Takes away what group and others may do; what the owner may do is left as the owner set it.
-void restrictPermissions(const QString &path)
-{
-    QFile file(path);
-    if (!file.exists())
-        return;
-    const QFileDevice::Permissions current = file.permissions() & modeBits;
-    const QFileDevice::Permissions restricted = current & ownerOnlyDirectory;
-    if (current != restricted && !file.setPermissions(restricted))
-        qCWarning(lcStore) << "Could not restrict the permissions of" << path;
-}
-
 } // namespace
 
 ClipboardHistoryEntry ClipboardRecord::toEntry() const
@@ -454,7 +169,7 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
                  QStringLiteral("The folder %1 for the clipboard history cannot be created.").arg(directory));
             return nullptr;
         }
-        QFile::setPermissions(directory, ownerOnlyDirectory);
+        QFile::setPermissions(directory, HistoryFile::ownerOnlyDirectory);
     }
 
     bool created = false;
@@ -465,7 +180,7 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
             return nullptr;
         }
         SchemaState state = SchemaState::empty;
-        if (!validateExisting(absolutePath, &state, error))
+        if (!HistoryFile::validateExisting(absolutePath, &state, error))
             return nullptr;
         // Checked up front: SQLite would otherwise open read-only and leave its log files behind.
         if (!info.isWritable() || !QFileInfo(directory).isWritable()) {
@@ -473,13 +188,13 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
                  QStringLiteral("The clipboard history at %1 cannot be written to.").arg(absolutePath));
             return nullptr;
         }
-        restrictPermissions(absolutePath);
-        restrictPermissions(absolutePath + QStringLiteral("-wal"));
-        restrictPermissions(absolutePath + QStringLiteral("-shm"));
+        HistoryFile::restrictPermissions(absolutePath);
+        HistoryFile::restrictPermissions(absolutePath + QStringLiteral("-wal"));
+        HistoryFile::restrictPermissions(absolutePath + QStringLiteral("-shm"));
     } else {
         // Created owner-only before SQLite writes anything; its log and index files inherit the mode.
         QFile file(absolutePath);
-        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, ownerOnlyFile)) {
+        if (!file.open(QIODevice::WriteOnly | QIODevice::NewOnly, HistoryFile::ownerOnlyFile)) {
             fail(error, QStringLiteral("The clipboard history cannot be created at %1: %2")
                             .arg(absolutePath, file.errorString()));
             return nullptr;
@@ -578,17 +293,17 @@ bool ClipboardStore::prepareSchema(QString *error)
     // Checked again under the write lock: another instance may have changed the file since validation.
     SchemaState state = SchemaState::empty;
     QString version;
-    if (!inspectSchema(m_database, m_persistent ? m_path : QStringLiteral(":memory:"), &state, &version,
-                       error))
+    if (!HistorySchema::inspect(m_database, m_persistent ? m_path : QStringLiteral(":memory:"), &state,
+                                &version, error))
         return false;
     switch (state) {
     case SchemaState::empty:
-        if (!createSchema(m_database, error) ||
-            !writeVersion(m_database, QLatin1String(schemaVersion), error))
+        if (!HistorySchema::create(m_database, error) ||
+            !HistorySchema::writeVersion(m_database, QLatin1String(schemaVersion), error))
             return false;
         break;
     case SchemaState::older:
-        if (!migrate(m_database, version, error))
+        if (!HistorySchema::migrate(m_database, version, error))
             return false;
         break;
     case SchemaState::current:

@@ -2,8 +2,10 @@
 
 #include "Clipboard/PasteboardTypes.h"
 #include "Core/Logging.h"
+#include "Platform/FrontmostApplication.h"
 #include "Platform/KeystrokePoster.h"
 #include "Platform/Pasteboard.h"
+#include "Platform/PasteboardContent.h"
 
 #include <QDir>
 #include <QImage>
@@ -64,8 +66,10 @@ bool addContent(QMimeData *mime, const ClipboardHistoryEntry &entry, PasteMode m
 
 } // namespace
 
-PasteService::PasteService(Pasteboard *pasteboard, KeystrokePoster *keystrokePoster, QObject *parent)
-    : QObject(parent), m_pasteboard(pasteboard), m_keystrokePoster(keystrokePoster)
+PasteService::PasteService(Pasteboard *pasteboard, KeystrokePoster *keystrokePoster,
+                           FrontmostApplication *frontmostApplication, QObject *parent)
+    : QObject(parent), m_pasteboard(pasteboard), m_keystrokePoster(keystrokePoster),
+      m_frontmostApplication(frontmostApplication)
 {
 }
 
@@ -91,6 +95,22 @@ bool PasteService::write(const ClipboardHistoryEntry &entry, PasteMode mode,
     return hasContent && written;
 }
 
+bool PasteService::adopt(const PasteboardContent &content)
+{
+    Q_ASSERT(QThread::currentThread() == thread());
+    if (!m_pasteboard || content.status != PasteboardContent::Status::received)
+        return false;
+    auto mime = std::make_unique<QMimeData>();
+    for (const auto &[type, bytes] : content.everyType)
+        mime->setData(type, bytes);
+    if (content.text)
+        mime->setText(*content.text);
+    if (mime->formats().isEmpty())
+        return false;
+    mime->setData(PasteboardTypes::ownPasteMarker, QByteArrayLiteral("1"));
+    return m_pasteboard->write(mime.release());
+}
+
 bool PasteService::canPostKeystrokes() const
 {
     return m_keystrokePoster && m_keystrokePoster->isAvailable();
@@ -99,5 +119,17 @@ bool PasteService::canPostKeystrokes() const
 bool PasteService::postPasteKeystroke()
 {
     Q_ASSERT(QThread::currentThread() == thread());
-    return m_keystrokePoster && m_keystrokePoster->postPasteKeystroke();
+    if (!m_keystrokePoster)
+        return false;
+    const std::optional<WindowClass> target =
+        m_frontmostApplication ? m_frontmostApplication->activeWindowClass() : std::nullopt;
+    PasteKeystroke keystroke = target ? PasteKeystrokes::forWindowClass(*target) : PasteKeystroke::controlV;
+    if (keystroke == PasteKeystroke::shiftInsertFromSelection &&
+        !(m_pasteboard && m_pasteboard->mirrorToSelection())) {
+        // Without the selection, the terminal's other paste key is the better guess.
+        keystroke = PasteKeystroke::controlShiftV;
+    }
+    qCDebug(lcClipboard) << "pasting with" << enumName(keystroke) << "into"
+                         << (target ? target->className : QStringLiteral("an unknown window"));
+    return m_keystrokePoster->postPasteKeystroke(keystroke);
 }

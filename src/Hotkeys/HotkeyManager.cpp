@@ -55,3 +55,8 @@ void HotkeyManager::handle(quint32 hotKeyID)
     qCDebug(lcHotkeys) << "pressed" << it.value();
     emit activated(it.value());
 }
+
+bool HotkeyManager::isAvailable() const
+{
+    return m_registrar && m_registrar->isAvailable();
+}

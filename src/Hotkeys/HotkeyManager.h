@@ -34,6 +34,8 @@ public:
     // Numeric id → action identifier of every shortcut registered now.
     QMap<quint32, QString> actionIDs() const { return m_actionIDs; }
     int registrationCount() const { return m_registrationCount; }
+    // Whether this desktop has global shortcuts at all.
+    bool isAvailable() const;
 
 signals:
     // The action identifier of the table row, e.g. "clipboard.open".

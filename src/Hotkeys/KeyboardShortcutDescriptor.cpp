@@ -3,6 +3,10 @@
 #include "Hotkeys/ShortcutKeys.h"
 
 #include <QKeySequence>
+#include <QStringList>
+
+#include <array>
+#include <utility>
 
 QList<KeyboardShortcutDescriptor> KeyboardShortcutDescriptor::defaultTable()
 {
@@ -46,20 +50,22 @@ Qt::KeyboardModifiers KeyboardShortcutDescriptor::qtModifiers() const
 
 QString KeyboardShortcutDescriptor::displayForm() const
 {
-    // As Linux desktops write shortcuts: "Super", not Qt's "Meta", and Ctrl before Super before Shift.
-    QString text;
-    const std::pair<Modifier, const char *> order[] = {{Modifier::control, "Ctrl+"},
-                                                       {Modifier::option, "Alt+"},
-                                                       {Modifier::command, "Super+"},
-                                                       {Modifier::shift, "Shift+"}};
-    for (const auto &[modifier, name] : order) {
+    // The order and names Linux desktops print in their own shortcut settings. Qt's native text would
+    // say "Meta" and put it first, which no Linux desktop does.
+    static constexpr std::array<std::pair<Modifier, const char *>, 4> names{{
+        {Modifier::control, "Ctrl"},
+        {Modifier::option, "Alt"},
+        {Modifier::command, "Super"},
+        {Modifier::shift, "Shift"},
+    }};
+    QStringList parts;
+    for (const auto &[modifier, name] : names) {
         if (modifiers.contains(modifier))
-            text += QLatin1String(name);
+            parts << QLatin1String(name);
     }
-    if (const std::optional<Qt::Key> qtKey = ShortcutKeys::keyFor(key))
-        return text + QKeySequence(*qtKey).toString(QKeySequence::NativeText);
-    // A key the table does not know still gets a readable label.
-    return text + key.toUpper();
+    const std::optional<Qt::Key> qtKey = ShortcutKeys::keyFor(key);
+    parts << (qtKey ? QKeySequence(*qtKey).toString(QKeySequence::PortableText) : key.toUpper());
+    return parts.join(QLatin1Char('+'));
 }
 
 QString KeyboardShortcutDescriptor::macDisplayForm() const

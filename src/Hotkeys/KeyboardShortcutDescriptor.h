@@ -20,7 +20,7 @@ struct KeyboardShortcutDescriptor
 
     // The modifiers as Qt names them; command is Meta, the Super key on Linux.
     Qt::KeyboardModifiers qtModifiers() const;
-    // As Linux desktops write it, e.g. "Super+Shift+V", "Ctrl+Super+M".
+    // As Linux desktops write shortcuts: "Super+Shift+V", "Ctrl+Super+M".
     QString displayForm() const;
     // Symbols in the fixed order control, option, shift, command, then the key in upper case: "⇧⌘V".
     QString macDisplayForm() const;

@@ -4,16 +4,29 @@
 
 namespace DesktopSession {
 
+void preferX11()
+{
+    if (qEnvironmentVariableIsEmpty("QT_QPA_PLATFORM") && !qEnvironmentVariableIsEmpty("DISPLAY"))
+        qputenv("QT_QPA_PLATFORM", "xcb");
+}
+
 QString unavailableReason()
 {
     const QByteArray platform = qgetenv("QT_QPA_PLATFORM");
-    if (!platform.isEmpty() && !platform.startsWith("xcb"))
-        return QString(); // offscreen, wayland, …: Qt reports its own problems for these.
-
-    if (platform.isEmpty() && !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY"))
+    // Tests run parts of Halcy on these; they need no desktop.
+    if (platform.startsWith("offscreen") || platform.startsWith("minimal"))
         return QString();
+    const bool wayland = !qEnvironmentVariableIsEmpty("WAYLAND_DISPLAY");
+    if (!platform.isEmpty() && !platform.startsWith("xcb"))
+        return QStringLiteral(
+                   "Halcy needs X11 and cannot run on the \"%1\" platform: under Wayland, start it "
+                   "through XWayland with QT_QPA_PLATFORM=xcb.")
+            .arg(QString::fromLocal8Bit(platform));
 
     const QByteArray display = qgetenv("DISPLAY");
+    if (display.isEmpty() && wayland)
+        return QStringLiteral("Halcy needs X11: this Wayland session has no XWayland display (DISPLAY is not "
+                              "set). Turn XWayland on in the compositor, then start Halcy with DISPLAY set.");
     if (display.isEmpty())
         return QStringLiteral("Halcy needs a desktop session: neither DISPLAY nor WAYLAND_DISPLAY is set.");
 

@@ -3,6 +3,14 @@
 #include <QString>
 
 #include <memory>
+#include <optional>
+
+// WM_CLASS on X11 (app id elsewhere): what a program calls its windows, whatever their title says.
+struct WindowClass
+{
+    QString instance;
+    QString className;
+};
 
 // Which application the user is working in right now.
 class FrontmostApplication
@@ -16,4 +24,6 @@ public:
     // The user-visible name of the application that owns the active window; empty when there is no
     // active window or it cannot be named.
     virtual QString name() const = 0;
+    // The class of the active window; nothing without one.
+    virtual std::optional<WindowClass> activeWindowClass() const { return std::nullopt; }
 };

@@ -13,6 +13,7 @@ public:
     using HotkeyRegistrar::HotkeyRegistrar;
     bool grab(quint32, Qt::Key, Qt::KeyboardModifiers) override { return false; }
     void ungrabAll() override {}
+    bool isAvailable() const override { return false; }
 };
 
 } // namespace

@@ -22,6 +22,8 @@ public:
     virtual bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) = 0;
     // Releases every grab made through this object.
     virtual void ungrabAll() = 0;
+    // False where the platform has no global shortcuts at all, so a failed grab means nothing.
+    virtual bool isAvailable() const { return true; }
 
 Q_SIGNALS:
     // A grabbed combination was pressed. Always delivered from the event loop, never from inside the

@@ -11,7 +11,7 @@ class UnavailableKeystrokePoster final : public KeystrokePoster
 {
 public:
     bool isAvailable() const override { return false; }
-    bool postPasteKeystroke() override { return false; }
+    bool postPasteKeystroke(PasteKeystroke) override { return false; }
 };
 
 } // namespace

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Platform/PasteKeystroke.h"
+
 #include <memory>
 
 // Synthesises the paste shortcut in whichever application has the keyboard focus.
@@ -13,7 +15,7 @@ public:
 
     // Whether the display lets this process type on the user's behalf.
     virtual bool isAvailable() const = 0;
-    // Releases modifiers still held from a shortcut, then types Control+V. False when nothing could be
+    // Releases modifiers still held from a shortcut, then types `keystroke`. False when nothing could be
     // sent.
-    virtual bool postPasteKeystroke() = 0;
+    virtual bool postPasteKeystroke(PasteKeystroke keystroke) = 0;
 };

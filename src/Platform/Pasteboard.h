@@ -21,6 +21,9 @@ struct PasteboardRequest
     // Runs where the content was read, right before it is handed over: the place for hashing and other
     // work the GUI thread should not do. Must not touch objects of the GUI thread.
     std::function<void(const PasteboardContent &content)> prepare;
+    // Besides the history's own pick, read every other type on offer too (within the image size limit
+    // in all), for taking over the content as it is.
+    bool keepEveryType = false;
 };
 
 // The system clipboard as the history sees it: a change counter that moves on every new content of the
@@ -49,8 +52,23 @@ public:
     // Replaces the clipboard with every format of `data` at once; takes ownership.
     virtual bool write(QMimeData *data) = 0;
     virtual void clear() = 0;
+    // Puts a copy of what we last wrote to the clipboard into the primary selection, for programs that
+    // paste only from there. False when the clipboard is no longer ours or the platform has no
+    // primary selection.
+    virtual bool mirrorToSelection() { return false; }
+
+    // Programs that exit while they own the clipboard may first hand its content to the desktop's
+    // clipboard manager. After this call the pasteboard offers to be that manager, unless another
+    // one runs: each handover arrives as handoverRequested(), and must be answered with
+    // finishHandover() once the content is ours, or could not be taken. False when the platform has
+    // no such convention or another manager is there.
+    virtual bool acceptHandovers() { return false; }
+    virtual void finishHandover(bool /*taken*/) {}
 
 Q_SIGNALS:
     // Emitted as soon as the platform reports new content; changeCount() has already moved.
     void changed();
+    // An exiting program waits for its content to be taken; read it with keepEveryType, write it,
+    // then call finishHandover().
+    void handoverRequested();
 };

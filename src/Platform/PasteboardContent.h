@@ -4,6 +4,7 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QPair>
 #include <QString>
 #include <QStringList>
 #include <QUrl>
@@ -62,6 +63,9 @@ struct PasteboardContent
     QList<QUrl> fileURLs;
     std::optional<QString> text;
     std::optional<QByteArray> imagePNG;
+    // With keepEveryType: every other type offered, as the owner sent it, text targets left out when
+    // `text` holds the text.
+    QList<QPair<QString, QByteArray>> everyType;
     // With tooLarge: the type given up and its size as far as known.
     QString oversizeType;
     qint64 oversizeBytes = 0;

@@ -9,6 +9,7 @@
 #include "Core/GuiThread.h"
 #include "Core/Logging.h"
 #include "Hotkeys/HotkeyManager.h"
+#include "Platform/DesktopNotifier.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/HotkeyRegistrar.h"
 #include "Platform/KeystrokePoster.h"
@@ -59,6 +60,7 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
     platform.frontmostApplication = FrontmostApplication::createDefault();
     platform.permissionProbe = PermissionProbe::createDefault();
     platform.loginItem = LoginItem::createDefault();
+    platform.notifier = DesktopNotifier::createDefault();
     return platform;
 }
 
@@ -72,8 +74,8 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
         m_platform.loginItem = LoginItem::createDefault();
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
-    m_pasteService =
-        std::make_unique<PasteService>(m_platform.pasteboard.get(), m_platform.keystrokePoster.get());
+    m_pasteService = std::make_unique<PasteService>(
+        m_platform.pasteboard.get(), m_platform.keystrokePoster.get(), m_platform.frontmostApplication.get());
     m_hotkeyManager =
         std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
     connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
@@ -114,6 +116,7 @@ void AppCoordinator::openClipboardStore(const QString &historyPath)
         qCCritical(lcStore, "In-memory store unavailable too: %s", qUtf8Printable(error));
     m_appState->setClipboardStatusMessage(
         QStringLiteral("Clipboard history is running without persistence."));
+    m_storeFellBackToMemory = true;
 }
 
 void AppCoordinator::start()
@@ -127,6 +130,17 @@ void AppCoordinator::start()
     m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
+    if (m_storeFellBackToMemory) {
+        tellUser(
+            QStringLiteral("Clipboard history is running without persistence."),
+            QStringLiteral("The history file %1 could not be opened and is left as it is. Copies are kept "
+                           "until Halcy quits.")
+                .arg(m_historyPath));
+    }
+    reportUnregisteredShortcuts();
+    if (m_platform.pasteboard && m_platform.pasteboard->acceptHandovers())
+        connect(m_platform.pasteboard.get(), &Pasteboard::handoverRequested, this,
+                &AppCoordinator::takeHandover);
     m_permissions->refresh();
     showOnboardingIfNeeded();
 }
@@ -145,6 +159,42 @@ void AppCoordinator::showOnboardingIfNeeded()
             self->m_onboardingController.release()->deleteLater();
     });
     m_onboardingController->show();
+}
+
+void AppCoordinator::reportUnregisteredShortcuts()
+{
+    if (!m_hotkeyManager->isAvailable())
+        return;
+    QStringList taken;
+    const QMap<quint32, QString> registered = m_hotkeyManager->actionIDs();
+    for (const KeyboardShortcutDescriptor &shortcut : m_appState->shortcuts()) {
+        if (!registered.values().contains(shortcut.id))
+            taken << shortcut.displayForm();
+    }
+    if (taken.isEmpty())
+        return;
+    const QString verb = taken.size() == 1 ? QStringLiteral("is") : QStringLiteral("are");
+    tellUser(QStringLiteral("%1 %2 already in use by another program.")
+                 .arg(taken.join(QStringLiteral(", ")), verb),
+             QStringLiteral(
+                 "Free it in the desktop's keyboard settings and restart Halcy; until then the tray icon "
+                 "and \"halcy show\" open the hub."));
+}
+
+void AppCoordinator::tellUser(const QString &message, const QString &details)
+{
+    m_appState->setClipboardStatusMessage(message);
+    if (m_statusItemController && m_statusItemController->isPopoverShown())
+        return;
+    QDeadlineTimer &quietUntil = m_recentNotifications[message];
+    if (!quietUntil.hasExpired())
+        return;
+    quietUntil.setRemainingTime(repeatedNotificationMs);
+    const QString body = details.isEmpty() ? message : message + QLatin1Char(' ') + details;
+    if (m_platform.notifier && m_platform.notifier->notify(QStringLiteral("Halcy"), body))
+        return;
+    if (m_statusItemController)
+        m_statusItemController->showMessage(body);
 }
 
 void AppCoordinator::shutdown()
@@ -222,16 +272,18 @@ void AppCoordinator::pasteEntry(const ClipboardHistoryEntry &entry, PasteMode mo
     if (m_statusItemController)
         m_statusItemController->closePopover();
     if (!written) {
-        m_appState->applyPasteResult(PasteResult::cannotPaste);
+        tellUser(AppState::cannotPasteMessage());
         return;
     }
     if (!m_pasteService->canPostKeystrokes()) {
-        m_appState->applyPasteResult(PasteResult::copiedOnly);
+        tellUser(AppState::copiedOnlyMessage());
         return;
     }
     const auto post = [this] {
-        m_appState->applyPasteResult(m_pasteService->postPasteKeystroke() ? PasteResult::pasted
-                                                                          : PasteResult::copiedOnly);
+        if (m_pasteService->postPasteKeystroke())
+            m_appState->applyPasteResult(PasteResult::pasted);
+        else
+            tellUser(AppState::copiedOnlyMessage());
     };
     if (hubWasShown)
         QTimer::singleShot(focusSettleMs, this, post);
@@ -373,7 +425,42 @@ void AppCoordinator::publishEntries(const ClipboardHistoryEntries &entries)
 
 void AppCoordinator::reportStatus(const QString &message)
 {
-    m_appState->setClipboardStatusMessage(message);
+    tellUser(message);
+}
+
+// On X11 a copy lives in the program that made it. When that program has gone without handing its
+// content over, the newest entry takes its place, so that pasting still pastes what was copied last.
+void AppCoordinator::clipboardEmptied()
+{
+    assertGuiThread();
+    if (!m_clipboardStore || !m_appState->clipboardEnabled())
+        return;
+    const ClipboardHistoryEntries entries = m_clipboardStore->entries();
+    if (entries.isEmpty())
+        return;
+    const ClipboardHistoryEntry &newest = entries.constFirst();
+    if (m_pasteService->write(newest, PasteMode::formatted, m_clipboardStore->imageData(newest.id)))
+        qCDebug(lcClipboard) << "the clipboard's owner left; put back the newest entry";
+}
+
+void AppCoordinator::takeHandover()
+{
+    Pasteboard *pasteboard = m_platform.pasteboard.get();
+    if (!m_appState->clipboardEnabled()) {
+        pasteboard->finishHandover(false);
+        return;
+    }
+    PasteboardRequest request;
+    request.changeCount = pasteboard->changeCount();
+    // A secret stays with the program that is leaving: it goes when that program goes.
+    request.isExcluded = &ClipboardMonitor::isExcluded;
+    request.keepEveryType = true;
+    pasteboard->requestContent(request, this, [this](const PasteboardContent &content) {
+        const bool taken = m_pasteService->adopt(content);
+        qCDebug(lcClipboard) << "handover of" << content.types << (taken ? "taken" : "declined");
+        if (m_platform.pasteboard)
+            m_platform.pasteboard->finishHandover(taken);
+    });
 }
 
 void AppCoordinator::quit()

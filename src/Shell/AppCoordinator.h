@@ -4,6 +4,8 @@
 #include "Clipboard/ClipboardMonitor.h"
 
 #include <QElapsedTimer>
+#include <QDeadlineTimer>
+#include <QHash>
 #include <QPointer>
 #include <QString>
 #include <QUrl>
@@ -12,6 +14,7 @@
 
 class AppState;
 class ClipboardStore;
+class DesktopNotifier;
 class FrontmostApplication;
 class HotkeyManager;
 class HotkeyRegistrar;
@@ -57,6 +60,8 @@ public:
         // Null: the probe and login item of the running system.
         std::unique_ptr<PermissionProbe> permissionProbe;
         std::unique_ptr<LoginItem> loginItem;
+        // Null: no notification service, messages go to the tray icon.
+        std::unique_ptr<DesktopNotifier> notifier;
         static Platform createDefault();
 
         Platform();
@@ -70,6 +75,8 @@ public:
     static constexpr int focusSettleMs = 150;
     // How long "Checking…" stays on the update button at least, so a quick answer does not flicker.
     static constexpr int updateCheckingFlagMs = 3000;
+    // The same message is not shown again as a notification within this time.
+    static constexpr int repeatedNotificationMs = 60000;
 
     explicit AppCoordinator(const Locations &locations = Locations::standard(),
                             Platform platform = Platform::createDefault(), QObject *parent = nullptr);
@@ -112,6 +119,10 @@ private:
     void showOnboardingIfNeeded();
     void finishUpdateCheck(const UpdateCheckResult &result);
     void openClipboardStore(const QString &historyPath);
+    // What the user must learn: on the hub's status line while the hub is open, otherwise as a
+    // desktop notification (or the tray icon's message) with `details` added.
+    void tellUser(const QString &message, const QString &details = QString());
+    void reportUnregisteredShortcuts();
     void reloadEntries();
     bool writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode);
 
@@ -119,6 +130,8 @@ private:
     bool isCaptureEnabled() const override;
     void publishEntries(const ClipboardHistoryEntries &entries) override;
     void reportStatus(const QString &message) override;
+    void clipboardEmptied() override;
+    void takeHandover();
 
     Platform m_platform;
     QString m_historyPath;
@@ -136,4 +149,6 @@ private:
     std::unique_ptr<SettingsWindowController> m_settingsWindowController;
     QElapsedTimer m_updateCheckClock;
     bool m_shutDown = false;
+    bool m_storeFellBackToMemory = false;
+    QHash<QString, QDeadlineTimer> m_recentNotifications;
 };

@@ -123,6 +123,14 @@ void StatusItemController::configureButton(bool mirrorOpen)
     m_trayIcon->setToolTip(toolTip(mirrorOpen));
 }
 
+// The global shortcut goes after a tab, where QMenu right-aligns shortcut text, written as the desktop
+// writes it rather than as QKeySequence would ("Meta+Ctrl+M").
+QString StatusItemController::withShortcut(const QString &title, const QString &shortcutID) const
+{
+    const QString shortcut = m_appState ? m_appState->shortcutText(shortcutID) : QString();
+    return shortcut.isEmpty() ? title : title + QLatin1Char('\t') + shortcut;
+}
+
 void StatusItemController::rebuildMenu()
 {
     m_menu->clear();
@@ -137,12 +145,12 @@ void StatusItemController::rebuildMenu()
     connect(open, &QAction::triggered, this, &StatusItemController::togglePopover);
     m_menu->addSeparator();
 
-    QAction *mirror = m_menu->addAction(QStringLiteral("Mirror"));
-    mirror->setShortcut(QKeySequence(QStringLiteral("Ctrl+Meta+M")));
+    QAction *mirror =
+        m_menu->addAction(withShortcut(QStringLiteral("Mirror"), QStringLiteral("mirror.toggle")));
     connect(mirror, &QAction::triggered, this, command(&AppCommanding::toggleMirror));
 
-    QAction *desktop = m_menu->addAction(QStringLiteral("Hide Desktop"));
-    desktop->setShortcut(QKeySequence(QStringLiteral("Ctrl+Meta+D")));
+    QAction *desktop =
+        m_menu->addAction(withShortcut(QStringLiteral("Hide Desktop"), QStringLiteral("desktop.toggle")));
     desktop->setCheckable(true);
     desktop->setChecked(m_appState && m_appState->desktopHidden());
     connect(desktop, &QAction::triggered, this, command(&AppCommanding::toggleDesktopCover));
@@ -159,4 +167,12 @@ void StatusItemController::rebuildMenu()
     // The menu's shortcuts are shown for reference; only the global ones act outside the menu.
     for (QAction *action : m_menu->actions())
         action->setShortcutContext(Qt::WidgetShortcut);
+}
+
+void StatusItemController::showMessage(const QString &message)
+{
+    if (m_trayIcon->isVisible() && QSystemTrayIcon::supportsMessages())
+        m_trayIcon->showMessage(QStringLiteral("Halcy"), message, QSystemTrayIcon::Warning, 10000);
+    else
+        qCWarning(lcApp).noquote() << message;
 }

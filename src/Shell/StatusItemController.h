@@ -31,6 +31,8 @@ public:
     void togglePopover();
     void closePopover();
     bool isPopoverShown() const;
+    // A balloon at the tray icon, for desktops without a notification service.
+    void showMessage(const QString &message);
 
     // Drawn in code: the plain glyph, or the coloured "active" one while the mirror is open.
     static QIcon makeIcon(bool mirrorOpen);
@@ -39,6 +41,7 @@ public:
 private:
     void configureButton(bool mirrorOpen);
     void rebuildMenu();
+    QString withShortcut(const QString &title, const QString &shortcutID) const;
 
     QPointer<AppState> m_appState;
     QPointer<AppCommanding> m_commander;

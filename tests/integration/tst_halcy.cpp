@@ -1,3 +1,4 @@
+#include "DesktopTools.h"
 #include "HalcyProcess.h"
 #include "PeerProcess.h"
 
@@ -155,6 +156,38 @@ private slots:
                  1);
     }
 
+    void clipboardOutlivesItsOwner_data()
+    {
+        QTest::addColumn<bool>("ownerQuitsCleanly");
+        QTest::addRow("owner killed: the newest entry is put back") << false;
+        QTest::addRow("owner quits: it hands over its content, every type") << true;
+    }
+
+    void clipboardOutlivesItsOwner()
+    {
+        QFETCH(bool, ownerQuitsCleanly);
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        const QString text =
+            QStringLiteral("outlives its owner, ") + QString::fromLatin1(QTest::currentDataTag());
+        PeerProcess owner(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
+        QVERIFY(owner.start({QStringLiteral("--text"), text, QStringLiteral("--type"),
+                             QStringLiteral("text/html=<b>rich</b>")}));
+        QTRY_COMPARE_WITH_TIMEOUT(readHistory(m_halcy).value(0).text, text, 3000);
+        const StoredRecord recorded = readHistory(m_halcy).value(0);
+
+        if (ownerQuitsCleanly)
+            QVERIFY(owner.finish());
+        else
+            owner.stop(); // SIGTERM: no chance to hand anything over
+
+        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::optional<QByteArray>(text.toUtf8()), 3000);
+        // Only a handover keeps what the history does not.
+        QCOMPARE(xclipOutput(QStringLiteral("text/html")) == QByteArray("<b>rich</b>"), ownerQuitsCleanly);
+        // Marked as Halcy's own, so not recorded again.
+        QTest::qWait(900);
+        QCOMPARE(readHistory(m_halcy).value(0).timestamp, recorded.timestamp);
+    }
+
     void verbsWithoutARunningInstance()
     {
         if (m_halcy.process().state() == QProcess::Running)
@@ -165,8 +198,14 @@ private slots:
         QCOMPARE(m_halcy.process().state(), QProcess::NotRunning);
         QCOMPARE(m_halcy.runClient({QStringLiteral("frobnicate")}, &output), 2);
         QCOMPARE(m_halcy.runClient({QStringLiteral("--help")}, &output), 0);
+        QVERIFY2(output.startsWith(QLatin1String("Usage: " HALCY_BINARY " ")), qPrintable(output));
         for (const QString &verb : {"show", "toggle-mirror", "toggle-desktop", "settings", "quit"})
             QVERIFY2(output.contains(verb), qPrintable(output));
+        // Qt's own options too, and still no instance started.
+        QCOMPARE(m_halcy.runClient({QStringLiteral("--help-all")}, &output), 0);
+        QVERIFY2(output.contains(QLatin1String("-platform")), qPrintable(output));
+        QCOMPARE(m_halcy.process().state(), QProcess::NotRunning);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("quit")}, &output), 1);
     }
 
     void quitFromTheTrayMenuEndsTheProcess()
@@ -204,15 +243,25 @@ private slots:
     void withoutADisplayItSaysSoInOneLine_data()
     {
         QTest::addColumn<QString>("display");
-        QTest::addRow("no DISPLAY") << QString();
-        QTest::addRow("DISPLAY nobody serves") << QStringLiteral(":9876");
+        QTest::addColumn<QString>("wayland");
+        QTest::addColumn<QString>("says");
+        QTest::addRow("no DISPLAY") << QString() << QString() << QStringLiteral("desktop session");
+        QTest::addRow("DISPLAY nobody serves")
+            << QStringLiteral(":9876") << QString() << QStringLiteral("desktop session");
+        QTest::addRow("Wayland without XWayland")
+            << QString() << QStringLiteral("wayland-0") << QStringLiteral("XWayland");
     }
 
     void withoutADisplayItSaysSoInOneLine()
     {
         QFETCH(QString, display);
+        QFETCH(QString, wayland);
+        QFETCH(QString, says);
         HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
-        halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        if (wayland.isEmpty())
+            halcy.removeEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"));
+        else
+            halcy.setEnvironmentValue(QStringLiteral("WAYLAND_DISPLAY"), wayland);
         if (display.isEmpty())
             halcy.removeEnvironmentValue(QStringLiteral("DISPLAY"));
         else
@@ -222,7 +271,7 @@ private slots:
         QVERIFY(code != 0);
         QVERIFY(code != -1); // no crash, no abort
         QCOMPARE(output.trimmed().count(u'\n'), 0);
-        QVERIFY2(output.contains(QLatin1String("desktop session")), qPrintable(output));
+        QVERIFY2(output.contains(says), qPrintable(output));
     }
 
 private:

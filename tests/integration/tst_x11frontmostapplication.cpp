@@ -88,9 +88,8 @@ private slots:
         QVERIFY2(startActive(peer, windowClass), qPrintable(peer.errorOutput()));
 
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(
-            frontmost.activeWindowClass().value_or(X11FrontmostApplication::WindowClass()).className,
-            windowClass, 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(WindowClass()).className,
+                                  windowClass, 3000);
         QCOMPARE(frontmost.activeWindowClass()->instance, QStringLiteral("text_field_peer"));
         QCOMPARE(frontmost.name(), expected);
     }

@@ -4,6 +4,7 @@
 #include "X11TestMain.h"
 
 #include <QRegularExpression>
+#include <QScopeGuard>
 #include <QSignalSpy>
 #include <QStandardPaths>
 
@@ -241,6 +242,33 @@ private slots:
         QVERIFY(press(QStringLiteral("ctrl+super+d")));
         QTRY_COMPARE(pressed.size(), 1);
         QCOMPARE(pressed.at(0).at(0).value<quint32>(), 7u);
+    }
+
+    void grabsFollowALayoutChange()
+    {
+        X11HotkeyRegistrar registrar;
+        QVERIFY(registrar.grab(1, Qt::Key_V, shiftCommand));
+        QSignalSpy pressed(&registrar, &HotkeyRegistrar::pressed);
+        const auto setLayout = [](const QStringList &arguments) {
+            const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
+            return result && result->exitCode == 0;
+        };
+        auto restore = qScopeGuard([&] { setLayout({QStringLiteral("-layout"), QStringLiteral("us")}); });
+        // Dvorak puts "v" on another key, and "k" where "v" was.
+        if (!setLayout({QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-variant"),
+                        QStringLiteral("dvorak")}))
+            QSKIP("setxkbmap cannot switch the layout here");
+
+        QTRY_VERIFY_WITH_TIMEOUT(pressKeys(QStringLiteral("super+shift+v")) &&
+                                     QTest::qWaitFor([&] { return !pressed.isEmpty(); }, 200),
+                                 5000);
+        spinEventLoop(300); // presses sent before the grab moved may still be on their way
+        const qsizetype afterMove = pressed.size();
+        for (const QList<QVariant> &press : std::as_const(pressed))
+            QCOMPARE(press.at(0).value<quint32>(), 1u);
+        QVERIFY(pressKeys(QStringLiteral("super+shift+k")));
+        spinEventLoop(300);
+        QCOMPARE(pressed.size(), afterMove);
     }
 
     void keyWithoutAPlaceOnTheKeyboardIsRefused()

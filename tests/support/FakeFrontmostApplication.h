@@ -11,6 +11,7 @@ public:
     }
 
     void setName(const QString &name) { m_name = name; }
+    void setWindowClass(std::optional<WindowClass> windowClass) { m_windowClass = std::move(windowClass); }
     int queries() const { return m_queries; }
 
     QString name() const override
@@ -19,7 +20,10 @@ public:
         return m_name;
     }
 
+    std::optional<WindowClass> activeWindowClass() const override { return m_windowClass; }
+
 private:
     QString m_name;
+    std::optional<WindowClass> m_windowClass;
     mutable int m_queries = 0;
 };

@@ -112,3 +112,9 @@ void FakePasteboard::clear()
     m_lastWritten.reset();
     bump();
 }
+
+bool FakePasteboard::mirrorToSelection()
+{
+    m_selection = m_content;
+    return !m_content.isEmpty();
+}

@@ -54,6 +54,9 @@ public:
     void requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler) override;
     bool write(QMimeData *data) override;
     void clear() override;
+    bool mirrorToSelection() override;
+    // What mirrorToSelection() put into the primary selection.
+    const Content &selection() const { return m_selection; }
 
 private:
     struct Answer
@@ -67,6 +70,7 @@ private:
     PasteboardData fetch(const QString &type, qsizetype limit);
 
     Content m_content;
+    Content m_selection;
     qint64 m_changeCount = 0;
     int m_dataReads = 0;
     int m_requestCount = 0;

@@ -82,6 +82,15 @@ QString PeerProcess::stop(int timeoutMs)
     return QString::fromUtf8(m_process.readAllStandardOutput());
 }
 
+bool PeerProcess::finish(int timeoutMs)
+{
+    m_process.closeWriteChannel();
+    const QDeadlineTimer deadline(timeoutMs);
+    while (isRunning() && !deadline.hasExpired())
+        waitOnce(m_process, 20);
+    return !isRunning();
+}
+
 QString PeerProcess::errorOutput()
 {
     return QString::fromUtf8(m_process.readAllStandardError());

@@ -23,6 +23,8 @@ public:
     void writeLine(const QString &line);
     // SIGTERM, then waits for the exit; returns the output printed after the last readLine().
     QString stop(int timeoutMs = 5000);
+    // Closes its standard input, which peers take as the sign to quit cleanly, and waits for the exit.
+    bool finish(int timeoutMs = 5000);
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 pid() const { return m_process.processId(); }
     QString errorOutput();

@@ -12,6 +12,7 @@
 #include <xcb/xcb.h>
 
 class QThread;
+class X11ClipboardSession;
 
 // Reads the CLIPBOARD selection on a thread of its own, over its own connection to the X server and
 // with its own unmapped window, so that a huge copy or an owner that stops answering never holds up
@@ -39,12 +40,11 @@ private:
         quint64 id = 0;
         PasteboardRequest request;
     };
-    class Session;
 
     X11ClipboardReader(xcb_connection_t *connection, int screenNumber, Delivery deliver);
     void run();
     // Blocks until there is work; nothing when the reader is stopping.
-    std::optional<Job> takeNewestJob(Session &session);
+    std::optional<Job> takeNewestJob(X11ClipboardSession &session);
     // A newer request is waiting or the reader is stopping: the current transfer is moot.
     bool isInterrupted();
     void answerSuperseded(const QList<Job> &jobs);

@@ -8,4 +8,6 @@ namespace X11Connection {
 // Null when the application does not run on xcb or the connection has failed.
 xcb_connection_t *connection();
 xcb_window_t rootWindow(xcb_connection_t *connection);
+// XCB_ATOM_NONE when the server does not answer.
+xcb_atom_t internAtom(xcb_connection_t *connection, const char *name);
 } // namespace X11Connection

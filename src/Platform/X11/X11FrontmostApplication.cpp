@@ -17,15 +17,6 @@
 
 namespace {
 
-xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
-{
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, static_cast<uint16_t>(qstrlen(name)), name), nullptr);
-    const xcb_atom_t atom = reply ? reply->atom : XCB_ATOM_NONE;
-    std::free(reply);
-    return atom;
-}
-
 // Desktop entry values escape \s, \n, \t, \r and \\.
 QString unescapeValue(const QString &value)
 {
@@ -70,13 +61,13 @@ QString X11FrontmostApplication::name() const
     return windowClass ? nameForWindowClass(*windowClass) : QString();
 }
 
-std::optional<X11FrontmostApplication::WindowClass> X11FrontmostApplication::activeWindowClass() const
+std::optional<WindowClass> X11FrontmostApplication::activeWindowClass() const
 {
     xcb_connection_t *connection = X11Connection::connection();
     if (!connection || xcb_connection_has_error(connection))
         return std::nullopt;
     if (m_activeWindowAtom == XCB_ATOM_NONE)
-        m_activeWindowAtom = internAtom(connection, "_NET_ACTIVE_WINDOW");
+        m_activeWindowAtom = X11Connection::internAtom(connection, "_NET_ACTIVE_WINDOW");
     if (m_activeWindowAtom == XCB_ATOM_NONE)
         return std::nullopt;
 

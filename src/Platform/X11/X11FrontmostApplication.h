@@ -18,13 +18,8 @@ public:
 
     QString name() const override;
 
-    struct WindowClass
-    {
-        QString instance;
-        QString className;
-    };
     // The WM_CLASS of the active window; nothing without an active window or a connection.
-    std::optional<WindowClass> activeWindowClass() const;
+    std::optional<WindowClass> activeWindowClass() const override;
     // The name to show for a window class; never empty when the class is not.
     QString nameForWindowClass(const WindowClass &windowClass) const;
 

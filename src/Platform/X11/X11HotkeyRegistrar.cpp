@@ -26,6 +26,9 @@ constexpr xcb_keysym_t keysymAltR = 0xffea;
 constexpr uint8_t errorBadAccess = 10;
 // Shift, Lock, Control and Mod1–Mod5; the button bits of a key event's state do not matter.
 constexpr uint16_t keyboardModifierBits = 0x00ff;
+// XKEYBOARD event subtypes that mean the keys now type something else.
+constexpr uint8_t xkbNewKeyboardNotify = 0;
+constexpr uint8_t xkbMapNotify = 1;
 
 // Letters, digits and the punctuation of the shortcut table have Latin-1 keysyms equal to their
 // character; Qt names letters by their upper-case form, the keysym that the unshifted key types is
@@ -102,8 +105,17 @@ std::array<uint16_t, 4> lockVariants(uint16_t lockMask)
 
 X11HotkeyRegistrar::X11HotkeyRegistrar(QObject *parent) : HotkeyRegistrar(parent)
 {
-    if (xcb_connection_t *connection = X11Connection::connection())
+    if (xcb_connection_t *connection = X11Connection::connection()) {
         m_root = X11Connection::rootWindow(connection);
+        // Qt selects XKB's keymap events on its connection, and with them the server stops sending
+        // the core MappingNotify; watch for both.
+        static constexpr char xkbName[] = "XKEYBOARD";
+        xcb_query_extension_reply_t *xkb = xcb_query_extension_reply(
+            connection, xcb_query_extension(connection, sizeof(xkbName) - 1, xkbName), nullptr);
+        if (xkb && xkb->present)
+            m_xkbEventBase = xkb->first_event;
+        std::free(xkb);
+    }
     QCoreApplication::instance()->installNativeEventFilter(this);
 }
 
@@ -128,6 +140,8 @@ bool X11HotkeyRegistrar::grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers mod
         return false;
     Grab grab;
     grab.id = id;
+    grab.key = key;
+    grab.requested = modifiers;
     grab.keycodes = keycodesFor(symbols, keysym);
     {
         const ModifierMap map(connection, symbols);
@@ -215,12 +229,34 @@ void X11HotkeyRegistrar::release(const Grab &grab)
     xcb_flush(connection);
 }
 
+void X11HotkeyRegistrar::regrabAll()
+{
+    m_regrabQueued = false;
+    const QList<Grab> grabs = m_grabs;
+    for (const Grab &grab : grabs) {
+        if (!this->grab(grab.id, grab.key, grab.requested))
+            qCDebug(lcPlatform) << "after the keyboard map changed, key" << grab.key
+                                << "could not be grabbed";
+    }
+    qCDebug(lcPlatform) << "keyboard map changed; grabbed" << m_grabs.size() << "of" << grabs.size()
+                        << "again";
+}
+
 bool X11HotkeyRegistrar::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
 {
     if (m_grabs.isEmpty() || eventType != "xcb_generic_event_t")
         return false;
     const auto *event = static_cast<const xcb_generic_event_t *>(message);
     const uint8_t type = event->response_type & ~0x80;
+    const bool keymapChanged =
+        type == XCB_MAPPING_NOTIFY || (m_xkbEventBase != 0 && type == m_xkbEventBase &&
+                                       (event->pad0 == xkbNewKeyboardNotify || event->pad0 == xkbMapNotify));
+    if (keymapChanged && !m_regrabQueued) {
+        // One layout switch brings several of these; Qt must also have read the new map first.
+        m_regrabQueued = true;
+        QMetaObject::invokeMethod(this, &X11HotkeyRegistrar::regrabAll, Qt::QueuedConnection);
+        return false;
+    }
     if (type != XCB_KEY_PRESS && type != XCB_KEY_RELEASE)
         return false;
     const auto *key = static_cast<const xcb_key_press_event_t *>(message);

@@ -8,7 +8,8 @@
 
 // Passive key grabs on the root window. A grab is made once for each key code that types the key and
 // each state of Caps Lock and Num Lock, so the shortcut works whatever lock is on; presses are read
-// from Qt's xcb event stream and handed on from the event loop.
+// from Qt's xcb event stream and handed on from the event loop. A keyboard map change (another layout)
+// moves the keys, so every grab is made again for the new map.
 class X11HotkeyRegistrar final : public HotkeyRegistrar, public QAbstractNativeEventFilter
 {
     Q_OBJECT
@@ -25,6 +26,8 @@ private:
     struct Grab
     {
         quint32 id = 0;
+        Qt::Key key = Qt::Key_unknown;
+        Qt::KeyboardModifiers requested;
         QList<quint8> keycodes;
         quint16 modifiers = 0; // core modifier mask without the lock bits
         quint16 lockMask = 0;  // Caps Lock and Num Lock bits, ignored when matching a press
@@ -32,8 +35,12 @@ private:
 
     void release(const Grab &grab);
     void ungrabId(quint32 id);
+    void regrabAll();
 
     quint32 m_root = 0;
+    // First event number of the XKEYBOARD extension; 0 without it.
+    quint8 m_xkbEventBase = 0;
+    bool m_regrabQueued = false;
     QList<Grab> m_grabs;
     // Key codes of shortcuts held down right now, and the last release, so that auto-repeat does not
     // fire a shortcut again.

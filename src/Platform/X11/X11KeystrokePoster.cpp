@@ -15,10 +15,14 @@
 namespace {
 
 constexpr xcb_keysym_t keysymControlL = 0xffe3;
+constexpr xcb_keysym_t keysymShiftL = 0xffe1;
+constexpr xcb_keysym_t keysymInsert = 0xff63;
 constexpr xcb_keysym_t keysymV = 0x0076;
-// Where V and Left Control sit in the evdev map, for keyboard maps that have no "v" at all.
+// Where the keys sit in the evdev map, for keyboard maps that have no "v" at all.
 constexpr xcb_keycode_t evdevKeycodeV = 55;
 constexpr xcb_keycode_t evdevKeycodeControlL = 37;
+constexpr xcb_keycode_t evdevKeycodeShiftL = 50;
+constexpr xcb_keycode_t evdevKeycodeInsert = 118;
 
 xcb_keycode_t keycodeFor(xcb_key_symbols_t *symbols, xcb_keysym_t keysym)
 {
@@ -85,28 +89,42 @@ bool X11KeystrokePoster::isAvailable() const
     return *m_available;
 }
 
-bool X11KeystrokePoster::postPasteKeystroke()
+bool X11KeystrokePoster::postPasteKeystroke(PasteKeystroke keystroke)
 {
     xcb_connection_t *connection = X11Connection::connection();
     if (!connection || !isAvailable())
         return false;
 
+    // Looked up at every paste, so a layout switch since the last one is honoured.
     xcb_key_symbols_t *symbols = xcb_key_symbols_alloc(connection);
     if (!symbols)
         return false;
-    xcb_keycode_t v = keycodeFor(symbols, keysymV);
-    xcb_keycode_t control = keycodeFor(symbols, keysymControlL);
-    xcb_key_symbols_free(symbols);
-
-    if (!inKeycodeRange(connection, v)) {
-        qCWarning(lcPlatform) << "no key types \"v\" in the current keyboard map; using the V position";
-        v = evdevKeycodeV;
+    const auto lookUp = [&](xcb_keysym_t keysym, xcb_keycode_t fallback) {
+        const xcb_keycode_t code = keycodeFor(symbols, keysym);
+        if (inKeycodeRange(connection, code))
+            return code;
+        qCDebug(lcPlatform) << "no key types keysym" << Qt::hex << keysym << "here; using the evdev position";
+        return fallback;
+    };
+    QList<xcb_keycode_t> keys;
+    switch (keystroke) {
+    case PasteKeystroke::controlV:
+        keys = {lookUp(keysymControlL, evdevKeycodeControlL), lookUp(keysymV, evdevKeycodeV)};
+        break;
+    case PasteKeystroke::controlShiftV:
+        keys = {lookUp(keysymControlL, evdevKeycodeControlL), lookUp(keysymShiftL, evdevKeycodeShiftL),
+                lookUp(keysymV, evdevKeycodeV)};
+        break;
+    case PasteKeystroke::shiftInsertFromSelection:
+        keys = {lookUp(keysymShiftL, evdevKeycodeShiftL), lookUp(keysymInsert, evdevKeycodeInsert)};
+        break;
     }
-    if (!inKeycodeRange(connection, control))
-        control = evdevKeycodeControlL;
-    if (!inKeycodeRange(connection, v) || !inKeycodeRange(connection, control)) {
-        qCWarning(lcPlatform) << "no key codes for Control+V on this display";
-        return false;
+    xcb_key_symbols_free(symbols);
+    for (const xcb_keycode_t code : std::as_const(keys)) {
+        if (!inKeycodeRange(connection, code)) {
+            qCWarning(lcPlatform) << "no key codes for" << enumName(keystroke) << "on this display";
+            return false;
+        }
     }
 
     const QList<xcb_keycode_t> held = heldModifierKeycodes(connection);
@@ -115,10 +133,10 @@ bool X11KeystrokePoster::postPasteKeystroke()
     if (!held.isEmpty())
         qCDebug(lcPlatform) << "released held modifier keys" << held;
 
-    fakeKey(connection, XCB_KEY_PRESS, control);
-    fakeKey(connection, XCB_KEY_PRESS, v);
-    fakeKey(connection, XCB_KEY_RELEASE, v);
-    fakeKey(connection, XCB_KEY_RELEASE, control);
+    for (const xcb_keycode_t code : std::as_const(keys))
+        fakeKey(connection, XCB_KEY_PRESS, code);
+    for (auto code = keys.crbegin(); code != keys.crend(); ++code)
+        fakeKey(connection, XCB_KEY_RELEASE, *code);
 
     // A round trip makes sure the server has taken the events before we report success.
     xcb_generic_error_t *error = nullptr;

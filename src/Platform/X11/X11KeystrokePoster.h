@@ -4,8 +4,7 @@
 
 #include <optional>
 
-// Types Control+V through the XTest extension. The key that types "v" is looked up in the keyboard
-// map at every paste, so a layout switch between pastes is honoured.
+// Types the paste keystroke through the XTest extension.
 class X11KeystrokePoster final : public KeystrokePoster
 {
 public:
@@ -13,7 +12,7 @@ public:
     ~X11KeystrokePoster() override;
 
     bool isAvailable() const override;
-    bool postPasteKeystroke() override;
+    bool postPasteKeystroke(PasteKeystroke keystroke) override;
 
 private:
     mutable std::optional<bool> m_available;

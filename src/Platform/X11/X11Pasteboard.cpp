@@ -2,11 +2,17 @@
 
 #include "Core/Logging.h"
 #include "Platform/X11/X11ClipboardReader.h"
+#include "Platform/X11/X11Connection.h"
 
 #include <QClipboard>
+#include <QCoreApplication>
 #include <QGuiApplication>
 #include <QMimeData>
 #include <QThread>
+
+#include <xcb/xcb.h>
+
+#include <cstdlib>
 
 // From Xlib. Qt declares Display already; Xlib.h itself would bring its macros (Status, None …) here.
 extern "C" char *XDisplayString(Display *display);
@@ -30,6 +36,30 @@ QByteArray qtDisplayName()
             return QByteArray(name);
     }
     return qgetenv("DISPLAY");
+}
+
+xcb_window_t selectionOwner(xcb_connection_t *connection, xcb_atom_t selection)
+{
+    xcb_get_selection_owner_reply_t *reply =
+        xcb_get_selection_owner_reply(connection, xcb_get_selection_owner(connection, selection), nullptr);
+    const xcb_window_t owner = reply ? reply->owner : XCB_NONE;
+    std::free(reply);
+    return owner;
+}
+
+void notifyRequestor(xcb_connection_t *connection, xcb_window_t requestor, xcb_atom_t selection,
+                     xcb_atom_t target, xcb_atom_t property, xcb_timestamp_t time)
+{
+    xcb_selection_notify_event_t notify{};
+    notify.response_type = XCB_SELECTION_NOTIFY;
+    notify.time = time;
+    notify.requestor = requestor;
+    notify.selection = selection;
+    notify.target = target;
+    notify.property = property;
+    xcb_send_event(connection, 0, requestor, XCB_EVENT_MASK_NO_EVENT,
+                   reinterpret_cast<const char *>(&notify));
+    xcb_flush(connection);
 }
 
 } // namespace
@@ -58,7 +88,123 @@ X11Pasteboard::X11Pasteboard(QObject *parent) : Pasteboard(parent), m_clipboard(
     }
 }
 
-X11Pasteboard::~X11Pasteboard() = default;
+X11Pasteboard::~X11Pasteboard()
+{
+    // Qt asks the clipboard manager to save our content when it shuts down; with the manager being
+    // ourselves, nobody would answer and the exit would wait for Qt's time-out.
+    releaseManagerSelection();
+}
+
+bool X11Pasteboard::acceptHandovers()
+{
+    xcb_connection_t *connection = X11Connection::connection();
+    if (!connection)
+        return false;
+    if (m_managerWindow != 0)
+        return true;
+    m_managerAtom = X11Connection::internAtom(connection, "CLIPBOARD_MANAGER");
+    m_saveTargetsAtom = X11Connection::internAtom(connection, "SAVE_TARGETS");
+    m_targetsAtom = X11Connection::internAtom(connection, "TARGETS");
+    if (m_managerAtom == XCB_ATOM_NONE || m_saveTargetsAtom == XCB_ATOM_NONE)
+        return false;
+    if (selectionOwner(connection, m_managerAtom) != XCB_NONE) {
+        qCInfo(lcPlatform) << "another clipboard manager runs; leaving handovers to it";
+        return false;
+    }
+
+    const xcb_window_t root = X11Connection::rootWindow(connection);
+    m_managerWindow = xcb_generate_id(connection);
+    xcb_create_window(connection, XCB_COPY_FROM_PARENT, m_managerWindow, root, -1, -1, 1, 1, 0,
+                      XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, 0, nullptr);
+    xcb_set_selection_owner(connection, m_managerWindow, m_managerAtom, XCB_CURRENT_TIME);
+    if (selectionOwner(connection, m_managerAtom) != m_managerWindow) {
+        xcb_destroy_window(connection, m_managerWindow);
+        m_managerWindow = 0;
+        return false;
+    }
+    // Manager selections announce themselves on the root window (ICCCM 2.8).
+    xcb_client_message_event_t announce{};
+    announce.response_type = XCB_CLIENT_MESSAGE;
+    announce.format = 32;
+    announce.window = root;
+    announce.type = X11Connection::internAtom(connection, "MANAGER");
+    announce.data.data32[0] = XCB_CURRENT_TIME;
+    announce.data.data32[1] = m_managerAtom;
+    announce.data.data32[2] = m_managerWindow;
+    xcb_send_event(connection, 0, root, XCB_EVENT_MASK_STRUCTURE_NOTIFY,
+                   reinterpret_cast<const char *>(&announce));
+    xcb_flush(connection);
+    QCoreApplication::instance()->installNativeEventFilter(this);
+    qCDebug(lcPlatform) << "taking clipboard handovers from exiting programs";
+    return true;
+}
+
+void X11Pasteboard::releaseManagerSelection()
+{
+    if (m_managerWindow == 0)
+        return;
+    finishHandover(false);
+    if (QCoreApplication *app = QCoreApplication::instance())
+        app->removeNativeEventFilter(this);
+    if (xcb_connection_t *connection = X11Connection::connection()) {
+        xcb_destroy_window(connection, m_managerWindow);
+        // The owner check Qt makes on its way out must already see the selection free.
+        std::free(xcb_get_input_focus_reply(connection, xcb_get_input_focus(connection), nullptr));
+    }
+    m_managerWindow = 0;
+}
+
+void X11Pasteboard::finishHandover(bool taken)
+{
+    xcb_connection_t *connection = X11Connection::connection();
+    const QList<Handover> handovers = std::exchange(m_handovers, {});
+    if (!connection)
+        return;
+    for (const Handover &handover : handovers) {
+        notifyRequestor(connection, handover.requestor, m_managerAtom, m_saveTargetsAtom,
+                        taken ? handover.property : XCB_ATOM_NONE, handover.time);
+    }
+}
+
+bool X11Pasteboard::nativeEventFilter(const QByteArray &eventType, void *message, qintptr *)
+{
+    if (m_managerWindow == 0 || eventType != "xcb_generic_event_t")
+        return false;
+    const auto *event = static_cast<const xcb_generic_event_t *>(message);
+    const uint8_t type = event->response_type & ~0x80;
+    if (type == XCB_SELECTION_CLEAR) {
+        const auto *clear = static_cast<const xcb_selection_clear_event_t *>(message);
+        if (clear->owner != m_managerWindow || clear->selection != m_managerAtom)
+            return false;
+        qCInfo(lcPlatform) << "another clipboard manager took over";
+        finishHandover(false);
+        return true;
+    }
+    if (type != XCB_SELECTION_REQUEST)
+        return false;
+    const auto *request = static_cast<const xcb_selection_request_event_t *>(message);
+    if (request->owner != m_managerWindow || request->selection != m_managerAtom)
+        return false;
+
+    xcb_connection_t *connection = X11Connection::connection();
+    const xcb_atom_t property = request->property != XCB_ATOM_NONE ? request->property : request->target;
+    if (request->target == m_saveTargetsAtom) {
+        m_handovers.append({request->requestor, property, request->time});
+        qCDebug(lcPlatform) << "window" << Qt::hex << request->requestor << "hands the clipboard over";
+        // Answered from the event loop, never from inside Qt's event handling.
+        QMetaObject::invokeMethod(this, &Pasteboard::handoverRequested, Qt::QueuedConnection);
+    } else if (request->target == m_targetsAtom) {
+        const xcb_atom_t targets[] = {m_targetsAtom, m_saveTargetsAtom};
+        xcb_change_property(connection, XCB_PROP_MODE_REPLACE, request->requestor, property, XCB_ATOM_ATOM,
+                            32, 2, targets);
+        notifyRequestor(connection, request->requestor, request->selection, request->target, property,
+                        request->time);
+    } else {
+        notifyRequestor(connection, request->requestor, request->selection, request->target, XCB_ATOM_NONE,
+                        request->time);
+    }
+    return true;
+}
 
 void X11Pasteboard::requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler)
 {
@@ -126,4 +272,21 @@ bool X11Pasteboard::write(QMimeData *data)
 void X11Pasteboard::clear()
 {
     m_clipboard->clear(QClipboard::Clipboard);
+}
+
+bool X11Pasteboard::mirrorToSelection()
+{
+    if (!m_clipboard->supportsSelection() || !m_clipboard->ownsClipboard())
+        return false;
+    const QMimeData *source = m_clipboard->mimeData(QClipboard::Clipboard);
+    if (!source)
+        return false;
+    auto copy = new QMimeData;
+    const QStringList formats = source->formats();
+    for (const QString &format : formats) {
+        if (!isProtocolTarget(format))
+            copy->setData(format, source->data(format));
+    }
+    m_clipboard->setMimeData(copy, QClipboard::Selection);
+    return m_clipboard->ownsSelection();
 }

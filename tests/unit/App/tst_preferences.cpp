@@ -51,21 +51,6 @@ private slots:
     {
         Preferences preferences;
         AppState state(&preferences);
-        QCOMPARE(state.clipboardEnabled(), true);
-        QCOMPARE(state.mirrorEnabled(), true);
-        QCOMPARE(state.desktopEnabled(), true);
-        QCOMPARE(state.clipboardPaused(), false);
-        QCOMPARE(state.hideDesktopFill(), DesktopFill::matchWallpaper);
-        QCOMPARE(state.desktopSolidColor(), brandInkColor());
-        QCOMPARE(state.desktopCoverConsumesClicks(), true);
-        QCOMPARE(state.desktopDoubleClickToReveal(), false);
-        QCOMPARE(state.mirrorShape(), MirrorShape::roundedRectangle);
-        QCOMPARE(state.mirrorFlipDefault(), true);
-        QCOMPARE(state.excludeMirrorFromScreenShare(), false);
-        QCOMPARE(state.mirrorShowMicLevel(), true);
-        QCOMPARE(state.defaultPasteMode(), PasteMode::formatted);
-        QCOMPARE(state.selectedSettingsTab(), SettingsTab::general);
-        QVERIFY(state.clipboardStatusMessage().isNull());
         // Every row is a property of AppState that starts at the row's default.
         for (const PreferenceRow &row : AppState::preferenceRows())
             QVERIFY2(state.property(row.field) == row.defaultValue, row.field);
@@ -83,8 +68,6 @@ private slots:
             << QJsonObject{{"Halcy.clipboardEnabled", "false"}} << "clipboardEnabled" << QVariant(true);
         QTest::addRow("Boolean stored as number reads as default")
             << QJsonObject{{"Halcy.mirrorFlipDefault", 0}} << "mirrorFlipDefault" << QVariant(true);
-        QTest::addRow("stored false Boolean is kept")
-            << QJsonObject{{"Halcy.desktopEnabled", false}} << "desktopEnabled" << QVariant(false);
         QTest::addRow("default-false Boolean reads stored true")
             << QJsonObject{{"Halcy.excludeMirrorFromScreenShare", true}} << "excludeMirrorFromScreenShare"
             << QVariant(true);
@@ -100,9 +83,6 @@ private slots:
         QTest::addRow("shape matching is exact")
             << QJsonObject{{"Halcy.mirrorShape", "Circle"}} << "mirrorShape"
             << QVariant(int(MirrorShape::roundedRectangle));
-        QTest::addRow("known paste mode is read")
-            << QJsonObject{{"Halcy.defaultPasteMode", "plainText"}} << "defaultPasteMode"
-            << QVariant(int(PasteMode::plainText));
         QTest::addRow("fill stored as Boolean falls back")
             << QJsonObject{{"Halcy.hideDesktopFill", true}} << "hideDesktopFill"
             << QVariant(int(DesktopFill::matchWallpaper));

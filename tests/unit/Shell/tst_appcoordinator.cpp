@@ -2,6 +2,7 @@
 #include "App/AppState.h"
 #include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
+#include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
@@ -25,6 +26,7 @@ private:
     std::unique_ptr<TestEnvironment> m_env;
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
+    FakeDesktopNotifier *m_notifier = nullptr;
     std::unique_ptr<AppCoordinator> m_coordinator;
 
     AppCoordinator::Locations locations() const
@@ -33,9 +35,11 @@ private:
                 m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite")};
     }
 
-    void makeCoordinator()
+    // Without a registrar the coordinator picks the running platform's own.
+    void makeCoordinator(std::unique_ptr<FakeHotkeyRegistrar> registrar = nullptr)
     {
         AppCoordinator::Platform platform;
+        platform.hotkeyRegistrar = std::move(registrar);
         auto pasteboard = std::make_unique<FakePasteboard>();
         auto keystrokes = std::make_unique<FakeKeystrokePoster>();
         m_pasteboard = pasteboard.get();
@@ -43,6 +47,9 @@ private:
         platform.pasteboard = std::move(pasteboard);
         platform.keystrokePoster = std::move(keystrokes);
         platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
+        auto notifier = std::make_unique<FakeDesktopNotifier>();
+        m_notifier = notifier.get();
+        platform.notifier = std::move(notifier);
         m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
     }
 
@@ -79,14 +86,9 @@ private slots:
     void startIsIdempotentAndTheHubShortcutTogglesTheHub()
     {
         m_coordinator.reset();
-        AppCoordinator::Platform platform;
         auto registrar = std::make_unique<FakeHotkeyRegistrar>();
         FakeHotkeyRegistrar *hotkeys = registrar.get();
-        platform.pasteboard = std::make_unique<FakePasteboard>();
-        platform.keystrokePoster = std::make_unique<FakeKeystrokePoster>();
-        platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
-        platform.hotkeyRegistrar = std::move(registrar);
-        m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+        makeCoordinator(std::move(registrar));
         QCOMPARE(hotkeys->grabCalls(), 0);
 
         m_coordinator->start();
@@ -165,6 +167,11 @@ private slots:
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
         QCOMPARE(m_keystrokes->posts(), expectedPosts);
         QCOMPARE(state()->clipboardStatusMessage(), message);
+        // The hub has closed for the paste: what went wrong comes as a notification, once.
+        const QStringList notified = message == QLatin1String("Pasted") ? QStringList() : QStringList{message};
+        QCOMPARE(m_notifier->bodies, notified);
+        m_coordinator->pasteEntry(entry, PasteMode::formatted);
+        QCOMPARE(m_notifier->bodies, notified);
         if (entryWritable)
             QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("hello"));
     }
@@ -239,6 +246,9 @@ private slots:
         QCOMPARE(state()->clipboardStatusMessage(),
                  QStringLiteral("Clipboard history is running without persistence."));
         QVERIFY(!m_coordinator->clipboardStore()->isPersistent());
+        m_coordinator->start();
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY2(m_notifier->bodies.first().contains(path), qPrintable(m_notifier->bodies.first()));
 
         copyElsewhere(QStringLiteral("kept in memory"));
         QCOMPARE(state()->clipboardEntries().size(), 1);
@@ -246,6 +256,18 @@ private slots:
         QFile file(path);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), garbage);
+    }
+
+    void aShortcutTakenByAnotherProgramIsToldAtStart()
+    {
+        m_coordinator.reset();
+        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
+        registrar->setTaken(Qt::Key_V);
+        makeCoordinator(std::move(registrar));
+        m_coordinator->start();
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY2(m_notifier->bodies.first().startsWith(QLatin1String("Super+Shift+V is already in use")),
+                 qPrintable(m_notifier->bodies.first()));
     }
 };
 

@@ -68,7 +68,6 @@ private slots:
         QCOMPARE(role(model, 1, ClipboardListModel::SectionRole).toString(), QStringLiteral("Today"));
         QVERIFY(!role(model, 2, ClipboardListModel::SectionRole).toString().isEmpty());
         QCOMPARE(role(model, 0, ClipboardListModel::QuickNumberRole).toInt(), 0);
-        QCOMPARE(role(model, 1, ClipboardListModel::QuickNumberRole).toInt(), 1);
         QCOMPARE(role(model, 2, ClipboardListModel::QuickNumberRole).toInt(), 2);
         QCOMPARE(role(model, 1, ClipboardListModel::AccessibleNameRole).toString(),
                  QStringLiteral("Text, from Terminal"));
