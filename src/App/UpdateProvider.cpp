@@ -40,8 +40,11 @@ UpdateProvider::UpdateProvider(const QUrl &feedURL, const QString &currentVersio
 
 UpdateProvider::~UpdateProvider()
 {
-    if (m_reply)
+    // Nobody is left to hear the answer of a check cut short here.
+    if (m_reply) {
+        m_reply->disconnect(this);
         m_reply->abort();
+    }
 }
 
 void UpdateProvider::checkForUpdates()
