@@ -2,7 +2,8 @@
 # Runs a command inside a private headless desktop: Xvfb, openbox, a tray host (trayer) and PulseAudio
 # with a test-tone microphone. Everything started here is stopped again, in reverse order, on exit.
 # The command sees DISPLAY, XDG_RUNTIME_DIR, a private XDG_CONFIG_HOME/XDG_DATA_HOME and
-# HALCY_SESSION_DIR (logs and screenshots of the run).
+# HALCY_SESSION_DIR (logs and screenshots of the run). HALCY_SESSION_SCREEN sets the screen size
+# (default 1920x1080; the desktop benchmark wants two 1920x1080 monitors side by side: 3840x1080).
 set -uo pipefail
 
 [ $# -gt 0 ] || { echo "usage: $0 COMMAND [ARG…]" >&2; exit 2; }
@@ -34,7 +35,7 @@ while [ -e "/tmp/.X11-unix/X$display_number" ] || [ -e "/tmp/.X$display_number-l
 done
 export DISPLAY=":$display_number"
 
-Xvfb "$DISPLAY" -screen 0 1920x1080x24 -nolisten tcp -noreset >"$session_dir/xvfb.log" 2>&1 &
+Xvfb "$DISPLAY" -screen 0 "${HALCY_SESSION_SCREEN:-1920x1080}x24" -nolisten tcp -noreset >"$session_dir/xvfb.log" 2>&1 &
 pids+=($!)
 wait_for 10 xdpyinfo || { echo "Xvfb did not start on $DISPLAY" >&2; cat "$session_dir/xvfb.log" >&2; exit 1; }
 

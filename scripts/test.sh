@@ -10,7 +10,8 @@ cmake --build --preset dev
 
 # One run, one summary: unit tests set the offscreen platform themselves; integration tests use the
 # session's X server, window manager, tray host and audio server. Then, in the same session, pictures of
-# the hub and the settings window for people to look at; they decide nothing, so a failure to take them is only reported.
+# the hub and the settings window for people to look at; they decide nothing, so a failure to take them
+# is only reported.
 scripts/desktop-session.sh bash -c '
     ctest --test-dir build/dev --output-on-failure --timeout 600
     status=$?

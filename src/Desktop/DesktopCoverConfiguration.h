@@ -1,14 +1,9 @@
 #pragma once
 
+#include "Core/BrandInk.h"
 #include "Desktop/DesktopFill.h"
 
 #include <QColor>
-
-// The brand ink: the default solid fill and the tint of the material fill.
-inline QColor brandInkColor()
-{
-    return QColor::fromRgbF(20.0f / 255.0f, 21.0f / 255.0f, 26.0f / 255.0f, 1.0f);
-}
 
 struct DesktopCoverConfiguration
 {

@@ -1,10 +1,11 @@
 import QtQuick
+import Halcy
 
 // The drawn glyph and the wordmark.
 Row {
     id: mark
 
-    property color ink: "#14151a"
+    property color ink: Theme.ink
     property color glyphBody: "#f2f2f4"
 
     spacing: 7

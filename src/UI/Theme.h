@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Core/BrandInk.h"
+
 #include <QColor>
 #include <QObject>
 #include <QtQml/qqmlregistration.h>
@@ -23,6 +25,7 @@ class Theme final : public QObject
     Q_PROPERTY(QColor text READ text NOTIFY darkChanged)
     Q_PROPERTY(QColor secondaryText READ secondaryText NOTIFY darkChanged)
     Q_PROPERTY(QColor tertiaryText READ tertiaryText NOTIFY darkChanged)
+    Q_PROPERTY(QColor ink READ ink CONSTANT)
     Q_PROPERTY(QColor accent READ accent CONSTANT)
     Q_PROPERTY(QColor destructive READ destructive CONSTANT)
 
@@ -43,9 +46,10 @@ public:
     QColor rowHover() const { return pick(0x2a2b32, 0xebecf0); }
     QColor iconWell() const { return pick(0x30313a, 0xe9eaee); }
     QColor border() const { return pick(0x363741, 0xdfe0e6); }
-    QColor text() const { return pick(0xf2f2f4, 0x14151a); }
+    QColor text() const { return m_dark ? QColor(0xf2f2f4) : ink(); }
     QColor secondaryText() const { return pick(0xa3a5af, 0x5d606b); }
     QColor tertiaryText() const { return pick(0x7c7e88, 0x8a8d97); }
+    QColor ink() const { return brandInkColor(); }
     QColor accent() const { return QColor(0x3d7eff); }
     QColor destructive() const { return QColor(0xd93a30); }
 

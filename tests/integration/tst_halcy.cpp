@@ -1,11 +1,11 @@
 #include "DesktopTools.h"
 #include "HalcyProcess.h"
 #include "PeerProcess.h"
+#include "X11TestMain.h"
 
 #include <QRegularExpression>
 #include <QSqlDatabase>
 #include <QSqlQuery>
-#include <QStandardPaths>
 #include <QTest>
 #include <QUrl>
 
@@ -98,11 +98,7 @@ private slots:
     {
         if (qEnvironmentVariableIsEmpty("DISPLAY"))
             QSKIP("needs the desktop session of scripts/desktop-session.sh");
-        for (const char *tool : {"xdotool", "xwininfo"}) {
-            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())
-                QSKIP(qPrintable(
-                    QStringLiteral("%1 is not installed (scripts/install-deps.sh test)").arg(tool)));
-        }
+        HALCY_REQUIRE_TOOLS("xdotool", "xwininfo");
         QVERIFY2(!toolOutput(QStringLiteral("xdotool"),
                              {QStringLiteral("search"), QStringLiteral("--class"), QStringLiteral("trayer")})
                       .isEmpty(),

@@ -7,7 +7,6 @@
 #include <QDir>
 #include <QFile>
 #include <QLocale>
-#include <QStandardPaths>
 
 namespace {
 
@@ -32,9 +31,7 @@ private:
 private slots:
     void initTestCase()
     {
-        HALCY_REQUIRE_X11_SESSION();
-        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
-            QSKIP("xdotool is not installed (scripts/install-deps.sh test)");
+        HALCY_REQUIRE_X11_SESSION("xdotool");
         m_env = std::make_unique<TestEnvironment>();
 
         const QList<std::pair<QString, QByteArray>> desktopFiles{

@@ -6,7 +6,6 @@
 #include <QRegularExpression>
 #include <QScopeGuard>
 #include <QSignalSpy>
-#include <QStandardPaths>
 
 #include <xcb/xcb.h>
 #include <xcb/xcb_keysyms.h>
@@ -111,14 +110,7 @@ class TestX11Hotkeys final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        HALCY_REQUIRE_X11_SESSION();
-        if (QStandardPaths::findExecutable(QStringLiteral("xdotool")).isEmpty())
-            QSKIP("xdotool is not installed (scripts/install-deps.sh test)");
-        if (QStandardPaths::findExecutable(QStringLiteral("xset")).isEmpty())
-            QSKIP("xset is not installed (scripts/install-deps.sh test)");
-    }
+    void initTestCase() { HALCY_REQUIRE_X11_SESSION("xdotool", "xset"); }
 
     void init()
     {

@@ -15,7 +15,6 @@
 #include <QMimeData>
 #include <QRandomGenerator>
 #include <QSignalSpy>
-#include <QStandardPaths>
 #include <QTemporaryDir>
 
 namespace {
@@ -106,9 +105,7 @@ class TestX11Pasteboard final : public QObject
 private slots:
     void initTestCase()
     {
-        HALCY_REQUIRE_X11_SESSION();
-        if (QStandardPaths::findExecutable(QStringLiteral("xclip")).isEmpty())
-            QSKIP("xclip is not installed (scripts/install-deps.sh test)");
+        HALCY_REQUIRE_X11_SESSION("xclip");
         QVERIFY(m_dir.isValid());
     }
 

@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QByteArray>
+#include <QImage>
 #include <QString>
 #include <QStringList>
 
@@ -23,3 +24,7 @@ bool pressKeys(const QString &combination);
 bool activatePeerWindow(PeerProcess &peer);
 bool peerHasFocus(PeerProcess &peer);
 QString peerText(PeerProcess &peer);
+
+// Publishes `image` as the root window's background the way wallpaper setters do (_XROOTPMAP_ID and
+// ESETROOT_PMAP_ID); a null image takes it away again. Pixmaps live as long as this process.
+bool publishRootBackground(const QImage &image);

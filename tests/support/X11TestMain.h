@@ -1,7 +1,10 @@
 #pragma once
 
 #include <QApplication>
+#include <QStandardPaths>
 #include <QTest>
+
+#include <initializer_list>
 
 // Integration tests talk to the X server through Qt's xcb platform. Without a DISPLAY the application
 // is created offscreen instead, so that the tests can report a skip rather than abort; each test's
@@ -17,8 +20,19 @@
         return QTest::qExec(&test, argc, argv);                                                              \
     }
 
-#define HALCY_REQUIRE_X11_SESSION()                                                                          \
+// Skips unless the test runs in the X session and every tool named is installed.
+#define HALCY_REQUIRE_X11_SESSION(...)                                                                       \
     do {                                                                                                     \
         if (QGuiApplication::platformName() != QLatin1String("xcb"))                                         \
             QSKIP("needs the X session of scripts/desktop-session.sh");                                      \
+        HALCY_REQUIRE_TOOLS(__VA_ARGS__);                                                                    \
+    } while (false)
+
+#define HALCY_REQUIRE_TOOLS(...)                                                                             \
+    do {                                                                                                     \
+        for (const char *tool : std::initializer_list<const char *>{__VA_ARGS__}) {                          \
+            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())                         \
+                QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)")        \
+                                     .arg(QLatin1String(tool))));                                            \
+        }                                                                                                    \
     } while (false)

@@ -38,4 +38,23 @@ xcb_atom_t internAtom(xcb_connection_t *connection, const char *name)
     return atom;
 }
 
+std::vector<uint32_t> property32(xcb_connection_t *connection, xcb_window_t window, xcb_atom_t property,
+                                 xcb_atom_t type, uint32_t maxItems)
+{
+    std::vector<uint32_t> items;
+    if (property == XCB_ATOM_NONE)
+        return items;
+    // A window that is gone answers with an error instead of a reply.
+    xcb_generic_error_t *error = nullptr;
+    xcb_get_property_reply_t *reply = xcb_get_property_reply(
+        connection, xcb_get_property(connection, 0, window, property, type, 0, maxItems), &error);
+    std::free(error);
+    if (reply && reply->format == 32 && reply->type == type) {
+        const auto *values = static_cast<const uint32_t *>(xcb_get_property_value(reply));
+        items.assign(values, values + xcb_get_property_value_length(reply) / 4);
+    }
+    std::free(reply);
+    return items;
+}
+
 } // namespace X11Connection

@@ -71,17 +71,9 @@ std::optional<WindowClass> X11FrontmostApplication::activeWindowClass() const
     if (m_activeWindowAtom == XCB_ATOM_NONE)
         return std::nullopt;
 
-    xcb_window_t active = XCB_WINDOW_NONE;
-    {
-        xcb_get_property_reply_t *reply =
-            xcb_get_property_reply(connection,
-                                   xcb_get_property(connection, 0, X11Connection::rootWindow(connection),
-                                                    m_activeWindowAtom, XCB_ATOM_WINDOW, 0, 1),
-                                   nullptr);
-        if (reply && reply->format == 32 && xcb_get_property_value_length(reply) >= 4)
-            active = *static_cast<xcb_window_t *>(xcb_get_property_value(reply));
-        std::free(reply);
-    }
+    const std::vector<uint32_t> activeWindows = X11Connection::property32(
+        connection, X11Connection::rootWindow(connection), m_activeWindowAtom, XCB_ATOM_WINDOW, 1);
+    const xcb_window_t active = activeWindows.empty() ? XCB_WINDOW_NONE : activeWindows.front();
     if (active == XCB_WINDOW_NONE)
         return std::nullopt;
 
