@@ -10,6 +10,7 @@
 #include <QDateTime>
 #include <QDeadlineTimer>
 #include <QEventLoop>
+#include <QFile>
 #include <QTimer>
 #include <QUuid>
 
@@ -20,6 +21,8 @@
 #include <memory>
 #include <numeric>
 #include <vector>
+
+#include <unistd.h>
 
 #ifdef HALCY_CLIPBOARD_PEER
 #include "PeerProcess.h"
@@ -42,6 +45,17 @@ inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
         QCoreApplication::processEvents(QEventLoop::AllEvents, 5);
     }
     return true;
+}
+
+// Resident memory of this process.
+inline double residentMB()
+{
+    QFile statm(QStringLiteral("/proc/self/statm"));
+    if (!statm.open(QIODevice::ReadOnly))
+        return -1;
+    const QList<QByteArray> fields = statm.readAll().split(' ');
+    return fields.size() > 1 ? double(fields.at(1).toLongLong() * sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0)
+                             : -1;
 }
 
 inline void spin(int ms)

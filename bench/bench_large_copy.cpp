@@ -23,16 +23,6 @@
 
 namespace {
 
-double residentMB()
-{
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return -1;
-    const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.size() > 1 ? double(fields.at(1).toLongLong() * sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0)
-                             : -1;
-}
-
 // Starts a new peak for peakResidentMB().
 void resetPeakResident()
 {

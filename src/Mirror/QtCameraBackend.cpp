@@ -1,6 +1,7 @@
 #include "Mirror/QtCameraBackend.h"
 
 #include "Core/Logging.h"
+#include "Mirror/MirrorFrameConverter.h"
 #include "Mirror/MirrorFrameSource.h"
 #include "Platform/CameraDeviceAccess.h"
 
@@ -94,7 +95,7 @@ void QtCameraBackend::convertPending()
     }
     if (!frame.isValid() || !m_camera)
         return;
-    const QImage image = frame.toImage();
+    const QImage image = MirrorFrameConverter::toImage(frame);
     if (image.isNull())
         return;
     {

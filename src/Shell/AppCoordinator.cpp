@@ -61,6 +61,7 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
     platform.permissionProbe = PermissionProbe::createDefault();
     platform.loginItem = LoginItem::createDefault();
     platform.notifier = DesktopNotifier::createDefault();
+    platform.desktopCover = DesktopCoverManager::Platform::createDefault();
     return platform;
 }
 
@@ -76,6 +77,11 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
     m_appState = std::make_unique<AppState>(m_preferences.get());
     m_pasteService = std::make_unique<PasteService>(
         m_platform.pasteboard.get(), m_platform.keystrokePoster.get(), m_platform.frontmostApplication.get());
+    m_desktopCoverManager = std::make_unique<DesktopCoverManager>(std::move(m_platform.desktopCover));
+    for (auto changed :
+         {&AppState::hideDesktopFillChanged, &AppState::desktopSolidColorChanged,
+          &AppState::desktopCoverConsumesClicksChanged, &AppState::desktopDoubleClickToRevealChanged})
+        connect(m_appState.get(), changed, this, &AppCoordinator::applyDesktopSettings);
     m_hotkeyManager =
         std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
     connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
@@ -206,6 +212,11 @@ void AppCoordinator::shutdown()
     m_clipboardMonitor.reset();
     m_settingsWindowController.reset();
     m_onboardingController.reset();
+    // No cover may outlive the process, whatever state it was in.
+    m_desktopCoverManager->setConfiguration(DesktopCoverConfiguration());
+    m_desktopCoverManager->clearRevealAction();
+    m_desktopCoverManager->setHidden(false);
+    m_desktopCoverManager->removeCovers();
     // Releases the key grabs, so the combinations are free for other programs at once.
     m_hotkeyManager.reset();
     m_statusItemController.reset();
@@ -242,9 +253,26 @@ void AppCoordinator::toggleMirror()
 
 void AppCoordinator::toggleDesktopCover()
 {
+    assertGuiThread();
     if (!m_appState->desktopEnabled())
         return;
-    qCInfo(lcDesktop) << "Hide Desktop is not available in this build";
+    const bool hidden = !m_appState->desktopHidden();
+    m_appState->setDesktopHidden(hidden);
+    m_desktopCoverManager->setConfiguration(m_appState->desktopCoverConfiguration());
+    // A double click on a cover has already removed the covers; the state follows.
+    m_desktopCoverManager->setRevealAction(this, [this] { m_appState->setDesktopHidden(false); });
+    m_desktopCoverManager->setHidden(hidden);
+    if (hidden)
+        m_desktopCoverManager->rebuildCovers();
+    else
+        m_desktopCoverManager->removeCovers();
+}
+
+void AppCoordinator::applyDesktopSettings()
+{
+    m_desktopCoverManager->setConfiguration(m_appState->desktopCoverConfiguration());
+    if (m_desktopCoverManager->isHidden())
+        m_desktopCoverManager->rebuildCovers();
 }
 
 bool AppCoordinator::writeEntry(const ClipboardHistoryEntry &entry, PasteMode mode)

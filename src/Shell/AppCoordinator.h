@@ -2,6 +2,7 @@
 
 #include "App/AppCommanding.h"
 #include "Clipboard/ClipboardMonitor.h"
+#include "Desktop/DesktopCoverManager.h"
 
 #include <QElapsedTimer>
 #include <QDeadlineTimer>
@@ -62,6 +63,7 @@ public:
         std::unique_ptr<LoginItem> loginItem;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
+        DesktopCoverManager::Platform desktopCover;
         static Platform createDefault();
 
         Platform();
@@ -91,6 +93,7 @@ public:
     ClipboardStore *clipboardStore() const { return m_clipboardStore.get(); }
     ClipboardMonitor *clipboardMonitor() const { return m_clipboardMonitor.get(); }
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
+    DesktopCoverManager *desktopCoverManager() const { return m_desktopCoverManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
     SettingsWindowController *settingsWindowController() const { return m_settingsWindowController.get(); }
     OnboardingWindowController *onboardingController() const { return m_onboardingController.get(); }
@@ -118,6 +121,8 @@ private:
     void runShortcut(const QString &actionID);
     void showOnboardingIfNeeded();
     void finishUpdateCheck(const UpdateCheckResult &result);
+    // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
+    void applyDesktopSettings();
     void openClipboardStore(const QString &historyPath);
     // What the user must learn: on the hub's status line while the hub is open, otherwise as a
     // desktop notification (or the tray icon's message) with `details` added.
@@ -139,6 +144,7 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<DesktopCoverManager> m_desktopCoverManager;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;

@@ -26,10 +26,14 @@ StatusItemController::StatusItemController(AppState *appState, AppCommanding *co
     m_trayIcon->setContextMenu(m_menu.get());
 
     configureButton(appState->mirrorOpen());
-    connect(appState, &AppState::mirrorOpenChanged, this, [this] {
-        if (m_appState)
-            configureButton(m_appState->mirrorOpen());
-    });
+    // The glyph turns to its active variant while the mirror is open or the desktop is hidden: both
+    // leave something on screen that the tray icon answers for.
+    for (auto changed : {&AppState::mirrorOpenChanged, &AppState::desktopHiddenChanged}) {
+        connect(appState, changed, this, [this] {
+            if (m_appState)
+                configureButton(m_appState->mirrorOpen());
+        });
+    }
     connect(m_trayIcon.get(), &QSystemTrayIcon::activated, this,
             [this](QSystemTrayIcon::ActivationReason reason) {
                 // Right click (Context) shows the menu through the tray itself; it never opens the hub. Two
@@ -76,7 +80,7 @@ QString StatusItemController::toolTip(bool mirrorOpen)
     return mirrorOpen ? QStringLiteral("Halcy — Mirror active") : QStringLiteral("Halcy");
 }
 
-QIcon StatusItemController::makeIcon(bool mirrorOpen)
+QIcon StatusItemController::makeIcon(bool active)
 {
     QIcon icon;
     for (const int size : {16, 22, 24, 32, 48, 64}) {
@@ -91,7 +95,7 @@ QIcon StatusItemController::makeIcon(bool mirrorOpen)
         const QRectF body(2.5 * unit, 3.5 * unit, 13 * unit, 12 * unit);
         QPainterPath lens;
         lens.addRoundedRect(body, 3.5 * unit, 3.5 * unit);
-        const QColor bodyColor = mirrorOpen ? QColor(0xff, 0x5a, 0x4e) : QColor(0xf2, 0xf2, 0xf4);
+        const QColor bodyColor = active ? QColor(0xff, 0x5a, 0x4e) : QColor(0xf2, 0xf2, 0xf4);
         painter.setPen(QPen(QColor(20, 21, 26, 220), qMax(1.0, 1.1 * unit)));
         painter.setBrush(bodyColor);
         painter.drawPath(lens);
@@ -100,8 +104,8 @@ QIcon StatusItemController::makeIcon(bool mirrorOpen)
         painter.setBrush(QColor(20, 21, 26));
         painter.drawRoundedRect(QRectF(6.5 * unit, 1.5 * unit, 5 * unit, 3.2 * unit), 1.2 * unit, 1.2 * unit);
 
-        // Two history lines, or a live dot while the mirror is open.
-        if (mirrorOpen) {
+        // Two history lines, or a live dot while active.
+        if (active) {
             painter.setBrush(Qt::white);
             painter.drawEllipse(QPointF(9 * unit, 9.8 * unit), 2.8 * unit, 2.8 * unit);
         } else {
@@ -119,7 +123,7 @@ QIcon StatusItemController::makeIcon(bool mirrorOpen)
 
 void StatusItemController::configureButton(bool mirrorOpen)
 {
-    m_trayIcon->setIcon(makeIcon(mirrorOpen));
+    m_trayIcon->setIcon(makeIcon(mirrorOpen || (m_appState && m_appState->desktopHidden())));
     m_trayIcon->setToolTip(toolTip(mirrorOpen));
 }
 

@@ -34,8 +34,9 @@ public:
     // A balloon at the tray icon, for desktops without a notification service.
     void showMessage(const QString &message);
 
-    // Drawn in code: the plain glyph, or the coloured "active" one while the mirror is open.
-    static QIcon makeIcon(bool mirrorOpen);
+    // Drawn in code: the plain glyph, or the coloured "active" one while the mirror is open or the
+    // desktop is hidden.
+    static QIcon makeIcon(bool active);
     static QString toolTip(bool mirrorOpen);
 
 private:

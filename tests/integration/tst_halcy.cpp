@@ -230,6 +230,11 @@ private slots:
     {
         HalcyProcess &halcy = running();
         QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
+        // With the desktop hidden: the covers must not hold the process up.
+        QCOMPARE(halcy.runClient({QStringLiteral("toggle-desktop")}), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(
+            runTool("xdotool", {"search", "--onlyvisible", "--name", "Desktop icons hidden"}).value_or(ToolResult()).exitCode == 0,
+            10000);
         ::kill(pid_t(halcy.pid()), SIGTERM);
         QVERIFY(halcy.waitForExit());
         QCOMPARE(halcy.process().exitCode(), 0);

@@ -2,6 +2,7 @@
 #include "App/AppState.h"
 #include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
+#include "Desktop/DesktopCoverWindow.h"
 #include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
@@ -14,6 +15,7 @@
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
+#include <QGuiApplication>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTest>
@@ -128,6 +130,37 @@ private slots:
         QTRY_VERIFY(first->isPopoverShown());
         QVERIFY(hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
         QTRY_VERIFY(!first->isPopoverShown());
+    }
+
+    void hideDesktopFollowsTheStateAndThePreferences()
+    {
+        DesktopCoverManager *covers = m_coordinator->desktopCoverManager();
+        state()->setDesktopEnabled(false);
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+
+        state()->setDesktopEnabled(true);
+        state()->setHideDesktopFill(DesktopFill::solidInk);
+        QVERIFY(covers->covers().isEmpty()); // a preference change while shown makes no window
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(state()->desktopHidden() && covers->isHidden());
+        QCOMPARE(covers->covers().size(), QGuiApplication::screens().size());
+        QCOMPARE(covers->covers().constFirst()->configuration().fill, DesktopFill::solidInk);
+        const QPointer<DesktopCoverWindow> before = covers->covers().constFirst();
+        state()->setDesktopCoverConsumesClicks(false);
+        QVERIFY(!before); // while hidden, every cover is replaced
+        QVERIFY(!covers->covers().constFirst()->configuration().consumesClicks);
+
+        covers->reveal(); // as a double click on a cover does
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+        m_coordinator->toggleDesktopCover();
+        m_coordinator->toggleDesktopCover();
+        QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
+
+        m_coordinator->toggleDesktopCover();
+        m_coordinator->shutdown();
+        QVERIFY(covers->covers().isEmpty() && !covers->isHidden());
+        QCOMPARE(covers->configuration(), DesktopCoverConfiguration());
     }
 
     void historyIsLoadedAtLaunchWithoutSelection()
