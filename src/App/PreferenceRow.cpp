@@ -1,5 +1,9 @@
 #include "App/PreferenceRow.h"
 
+#include <QRect>
+
+#include <algorithm>
+
 namespace {
 
 bool isNumber(const QVariant &value)
@@ -68,7 +72,47 @@ QVariant colorToStored(const QVariant &value)
     return QVariantList{double(rgb.redF()), double(rgb.greenF()), double(rgb.blueF()), double(rgb.alphaF())};
 }
 
+QVariant textFromStored(const QVariant &stored)
+{
+    return stored.typeId() == QMetaType::QString ? stored : QVariant();
+}
+
+QVariant textToStored(const QVariant &value)
+{
+    return value.typeId() == QMetaType::QString ? value : QVariant();
+}
+
+QVariant rectFromStored(const QVariant &stored)
+{
+    if (stored.typeId() != QMetaType::QVariantList)
+        return {};
+    const QVariantList numbers = stored.toList();
+    if (numbers.size() != 4 || !std::all_of(numbers.cbegin(), numbers.cend(), isNumber))
+        return {};
+    const QRect rect(qRound(numbers[0].toDouble()), qRound(numbers[1].toDouble()),
+                     qRound(numbers[2].toDouble()), qRound(numbers[3].toDouble()));
+    return rect.width() > 0 && rect.height() > 0 ? QVariant(rect) : QVariant();
+}
+
+QVariant rectToStored(const QVariant &value)
+{
+    const QRect rect = value.toRect();
+    if (value.typeId() != QMetaType::QRect || !rect.isValid())
+        return {};
+    return QVariantList{rect.x(), rect.y(), rect.width(), rect.height()};
+}
+
 } // namespace
+
+PreferenceRow PreferenceRow::text(const char *field)
+{
+    return {field, QString(), textFromStored, textToStored};
+}
+
+PreferenceRow PreferenceRow::rect(const char *field)
+{
+    return {field, QRect(), rectFromStored, rectToStored};
+}
 
 PreferenceRow PreferenceRow::flag(const char *field, bool defaultValue)
 {

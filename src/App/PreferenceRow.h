@@ -26,6 +26,10 @@ struct PreferenceRow
     static PreferenceRow lenientFlag(const char *field, bool defaultValue);
     // Exactly four numbers, red, green, blue and alpha in sRGB, each clamped to 0…1.
     static PreferenceRow color(const char *field, const QColor &defaultValue);
+    // Any string; the empty string is "none".
+    static PreferenceRow text(const char *field);
+    // A rectangle as four numbers, x, y, width and height, with a positive size.
+    static PreferenceRow rect(const char *field);
     // The exact case name of one of E's cases.
     template <typename E> static PreferenceRow choice(const char *field, E defaultValue);
 };

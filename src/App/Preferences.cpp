@@ -86,6 +86,14 @@ QVariant Preferences::read(const PreferenceRow &row) const
     return value.isValid() ? value : row.defaultValue;
 }
 
+void Preferences::remove(const PreferenceRow &row)
+{
+    if (!m_settings->contains(row.key()))
+        return;
+    m_settings->remove(row.key());
+    m_settings->sync();
+}
+
 bool Preferences::write(const PreferenceRow &row, const QVariant &value)
 {
     const QVariant stored = row.toStored(value);

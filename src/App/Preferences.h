@@ -31,6 +31,8 @@ public:
     QVariant read(const PreferenceRow &row) const;
     // Writes at once; false (and nothing written) for a value the row cannot store.
     bool write(const PreferenceRow &row, const QVariant &value);
+    // Drops the key: the row reads as its default again.
+    void remove(const PreferenceRow &row);
 
 private:
     QString m_filePath;

@@ -1,6 +1,8 @@
 #include "Clipboard/ClipboardCapture.h"
 
+#include <QBuffer>
 #include <QCryptographicHash>
+#include <QImageReader>
 #include <QStringView>
 #include <QTextBoundaryFinder>
 
@@ -122,8 +124,10 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     capture.preview = shortened(trimmed, previewLimit);
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
-    capture.textContent = trimmed;
-    capture.fingerprint = makeFingerprint(capture.type, capture.textContent, {}, std::nullopt, std::nullopt);
+    // Kept exactly as copied: code keeps its indentation and final newline. The fingerprint comes from
+    // the trimmed text, so copies that differ only in surrounding blanks stay one record.
+    capture.textContent = string;
+    capture.fingerprint = makeFingerprint(capture.type, trimmed, {}, std::nullopt, std::nullopt);
     return capture;
 }
 
@@ -160,7 +164,16 @@ ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64
     ClipboardCapture capture;
     capture.type = ClipboardContentType::image;
     capture.title = QStringLiteral("Image");
-    capture.preview = QStringLiteral("Image copied to clipboard");
+    // Size and format from the header alone; the picture itself is not decoded here.
+    QBuffer buffer;
+    buffer.setData(imageData);
+    QImageReader reader(&buffer);
+    const QSize size = reader.size();
+    capture.preview = size.isValid() ? QStringLiteral("%1 × %2 %3")
+                                           .arg(size.width())
+                                           .arg(size.height())
+                                           .arg(QString::fromLatin1(reader.format()).toUpper())
+                                     : QStringLiteral("Image copied to clipboard");
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
     capture.imageBookmark = QStringLiteral("pasteboard-image-%1").arg(changeCount);

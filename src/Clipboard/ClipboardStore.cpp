@@ -463,7 +463,21 @@ bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
         return false;
     if (query.numRowsAffected() == 0)
         return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    truncateLog();
     return true;
+}
+
+// secure_delete overwrites the database's own pages, but the write-ahead log keeps the pages written
+// before, deleted text included, until it is overwritten. Emptying the log makes a deletion final.
+void ClipboardStore::truncateLog()
+{
+    if (!m_persistent)
+        return;
+    QSqlQuery query(m_database);
+    if (!query.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")) || !query.next())
+        qCWarning(lcStore) << "Could not empty the history's write-ahead log:" << query.lastError().text();
+    else if (query.value(0).toInt() != 0)
+        qCWarning(lcStore) << "The history's write-ahead log is in use by another reader and was not emptied";
 }
 
 bool ClipboardStore::clear(bool includingPinned, QString *error)
@@ -497,5 +511,7 @@ bool ClipboardStore::deleteWhere(const QString &condition, const QVariantList &v
     if (!exec(query, what, error))
         return false;
     qCDebug(lcStore) << "Deleted" << query.numRowsAffected() << "clipboard records";
+    query.finish();
+    truncateLog();
     return true;
 }

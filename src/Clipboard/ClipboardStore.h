@@ -85,6 +85,7 @@ private:
     bool connect(QString *error);
     bool prepareSchema(QString *error);
     bool trim(QString *error);
+    void truncateLog();
     bool deleteWhere(const QString &condition, const QVariantList &values, const char *what, QString *error);
 
     QString m_connectionName;

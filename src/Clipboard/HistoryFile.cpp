@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QSqlDatabase>
 #include <QSqlError>
+#include <QSqlQuery>
 #include <QUrl>
 
 using namespace HistoryDatabase;
@@ -28,6 +29,19 @@ QString sqliteURI(const QString &path, const QString &parameters)
 } // namespace
 
 namespace HistoryFile {
+
+// A file can be damaged behind an intact header and schema, and every write would then fail.
+bool passesQuickCheck(QSqlDatabase &database, const QString &path, QString *error)
+{
+    QSqlQuery check(database);
+    if (check.exec(QStringLiteral("PRAGMA quick_check")) && check.next() &&
+        check.value(0).toString() == QLatin1String("ok"))
+        return true;
+    QStringList problems{check.lastError().isValid() ? check.lastError().text() : check.value(0).toString()};
+    while (problems.size() < 3 && check.next())
+        problems << check.value(0).toString();
+    return fail(error, QStringLiteral("The history file %1 is damaged: %2").arg(path, problems.join(u' ').simplified()));
+}
 
 bool validateExisting(const QString &path, HistorySchema::SchemaState *state, QString *error)
 {
@@ -62,7 +76,8 @@ bool validateExisting(const QString &path, HistorySchema::SchemaState *state, QS
                             .arg(path, database.lastError().text()));
         } else {
             QString version;
-            ok = HistorySchema::inspect(database, path, state, &version, error);
+            ok = HistorySchema::inspect(database, path, state, &version, error) &&
+                 passesQuickCheck(database, path, error);
             database.close();
         }
     }

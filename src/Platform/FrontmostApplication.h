@@ -22,7 +22,8 @@ public:
     static std::unique_ptr<FrontmostApplication> createDefault();
 
     // The user-visible name of the application that owns the active window; empty when there is no
-    // active window or it cannot be named.
+    // active window or it cannot be named. While one of our own windows is active, the application that
+    // was active last time it was asked: ask once before showing a window of ours.
     virtual QString name() const = 0;
     // The class of the active window; nothing without one.
     virtual std::optional<WindowClass> activeWindowClass() const { return std::nullopt; }

@@ -10,6 +10,8 @@
 namespace {
 
 const QString uriList = QStringLiteral("text/uri-list");
+// GNOME Files and Nautilus-like file managers: "copy" or "cut", then one URI per line.
+const QString gnomeCopiedFiles = QStringLiteral("x-special/gnome-copied-files");
 const QString plainText = QStringLiteral("text/plain");
 const QString png = QStringLiteral("image/png");
 const QString tiff = QStringLiteral("image/tiff");
@@ -84,6 +86,16 @@ PasteboardContent PasteboardContent::read(qint64 changeCount, const QStringList 
         if (endsRead(uriList, data))
             return content;
         content.fileURLs = fileURLsFromURIList(data.bytes);
+        if (!content.fileURLs.isEmpty())
+            return content;
+    }
+    if (types.contains(gnomeCopiedFiles)) {
+        const PasteboardData data = fetch(gnomeCopiedFiles, PasteboardLimits::maxTextBytes);
+        if (endsRead(gnomeCopiedFiles, data))
+            return content;
+        const qsizetype firstLineEnd = data.bytes.indexOf('\n');
+        if (firstLineEnd >= 0)
+            content.fileURLs = fileURLsFromURIList(data.bytes.mid(firstLineEnd + 1));
         if (!content.fileURLs.isEmpty())
             return content;
     }

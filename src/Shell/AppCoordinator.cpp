@@ -2,6 +2,7 @@
 
 #include "App/AppState.h"
 #include "App/Permissions.h"
+#include "App/PreferenceRow.h"
 #include "App/Preferences.h"
 #include "App/UpdateProvider.h"
 #include "Clipboard/ClipboardStore.h"
@@ -9,6 +10,10 @@
 #include "Core/GuiThread.h"
 #include "Core/Logging.h"
 #include "Hotkeys/HotkeyManager.h"
+#include "Mirror/MicrophoneLevelMonitor.h"
+#include "Mirror/MirrorCameraEngine.h"
+#include "Mirror/MirrorWindowController.h"
+#include "Mirror/QtCameraBackend.h"
 #include "Platform/DesktopNotifier.h"
 #include "Platform/FrontmostApplication.h"
 #include "Platform/HotkeyRegistrar.h"
@@ -19,6 +24,7 @@
 #include "Shell/StatusItemController.h"
 #include "UI/OnboardingWindowController.h"
 #include "UI/SettingsWindowController.h"
+#include "UI/HubPopover.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -75,6 +81,7 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
         m_platform.loginItem = LoginItem::createDefault();
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
+    createMirror();
     m_pasteService = std::make_unique<PasteService>(
         m_platform.pasteboard.get(), m_platform.keystrokePoster.get(), m_platform.frontmostApplication.get());
     m_desktopCoverManager = std::make_unique<DesktopCoverManager>(std::move(m_platform.desktopCover));
@@ -130,9 +137,19 @@ void AppCoordinator::start()
     assertGuiThread();
     if (m_statusItemController)
         return;
+    m_mirrorWindowController->setOnOpenSettings([self = QPointer<AppCoordinator>(this)] {
+        if (self)
+            self->openSettings();
+    });
     const QString databasePath =
         m_clipboardStore && m_clipboardStore->isPersistent() ? m_historyPath : QString();
     m_statusItemController = std::make_unique<StatusItemController>(m_appState.get(), this, databasePath);
+    // Asked as the hub appears, while the application the user was in is still the active one: copies
+    // made in the hub are then credited to that application rather than to Halcy.
+    connect(m_statusItemController->popover(), &HubPopover::shownChanged, this, [this](bool shown) {
+        if (shown && m_platform.frontmostApplication)
+            m_platform.frontmostApplication->name();
+    });
     m_hotkeyManager->start();
     if (m_clipboardMonitor)
         m_clipboardMonitor->start();
@@ -209,6 +226,9 @@ void AppCoordinator::shutdown()
         return;
     m_shutDown = true;
     qCInfo(lcApp) << "Shutting down";
+    // The webcam's light goes out before anything else is torn down.
+    if (m_mirrorWindowController)
+        m_mirrorWindowController->close();
     m_clipboardMonitor.reset();
     m_settingsWindowController.reset();
     m_onboardingController.reset();
@@ -244,11 +264,69 @@ void AppCoordinator::toggleHub()
         m_statusItemController->togglePopover();
 }
 
+void AppCoordinator::createMirror()
+{
+    // Remembered outside AppState: resetting the settings keeps the chosen devices and the place.
+    static const PreferenceRow cameraRow = PreferenceRow::text("selectedCameraDeviceID");
+    static const PreferenceRow microphoneRow = PreferenceRow::text("selectedMicDeviceID");
+    static const PreferenceRow frameRow = PreferenceRow::rect("mirrorFrame");
+    const auto remember = [this](const PreferenceRow &row) {
+        return [this, &row](const QString &id) {
+            if (id.isEmpty())
+                m_preferences->remove(row);
+            else
+                m_preferences->write(row, id);
+        };
+    };
+
+    std::unique_ptr<CameraBackend> backend = std::move(m_platform.cameraBackend);
+    if (!backend)
+        backend = std::make_unique<QtCameraBackend>();
+    m_cameraEngine = std::make_unique<MirrorCameraEngine>(std::move(backend), m_platform.pasteboard.get(),
+                                                          m_preferences->read(cameraRow).toString());
+    connect(m_cameraEngine.get(), &MirrorCameraEngine::selectedDeviceIDChanged, this, remember(cameraRow));
+    // A saved camera that is gone was replaced while the engine was built.
+    remember(cameraRow)(m_cameraEngine->selectedDeviceID());
+    m_microphoneMonitor =
+        std::make_unique<MicrophoneLevelMonitor>(m_preferences->read(microphoneRow).toString());
+    connect(m_microphoneMonitor.get(), &MicrophoneLevelMonitor::selectedDeviceIDChanged, this,
+            remember(microphoneRow));
+
+    m_mirrorWindowController =
+        std::make_unique<MirrorWindowController>(m_cameraEngine.get(), m_microphoneMonitor.get());
+    m_mirrorWindowController->setSavedFrame(m_preferences->read(frameRow).toRect());
+    connect(m_mirrorWindowController.get(), &MirrorWindowController::frameChanged, this,
+            [this](const QRect &frame) { m_preferences->write(frameRow, frame); });
+    connect(m_mirrorWindowController.get(), &MirrorWindowController::openChanged, m_appState.get(),
+            &AppState::setMirrorOpen);
+    const auto applySettings = [this] {
+        MirrorSettings settings;
+        settings.shape = m_appState->mirrorShape();
+        settings.flip = m_appState->mirrorFlipDefault();
+        settings.excludeFromScreenShare = m_appState->excludeMirrorFromScreenShare();
+        settings.showMicLevel = m_appState->mirrorShowMicLevel();
+        m_mirrorWindowController->setSettings(settings);
+    };
+    applySettings();
+    for (const auto changed :
+         {&AppState::mirrorShapeChanged, &AppState::mirrorFlipDefaultChanged,
+          &AppState::excludeMirrorFromScreenShareChanged, &AppState::mirrorShowMicLevelChanged})
+        connect(m_appState.get(), changed, this, applySettings);
+    // Switching the tool off closes it.
+    connect(m_appState.get(), &AppState::mirrorEnabledChanged, this, [this] {
+        if (!m_appState->mirrorEnabled())
+            m_mirrorWindowController->close();
+    });
+}
+
 void AppCoordinator::toggleMirror()
 {
     if (!m_appState->mirrorEnabled())
         return;
-    qCInfo(lcMirror) << "The mirror is not available in this build";
+    if (m_appState->mirrorOpen())
+        m_mirrorWindowController->close();
+    else
+        m_mirrorWindowController->show();
 }
 
 void AppCoordinator::toggleDesktopCover()
@@ -383,7 +461,8 @@ void AppCoordinator::openSettings()
         m_statusItemController->closePopover();
     if (!m_settingsWindowController) {
         m_settingsWindowController = std::make_unique<SettingsWindowController>(
-            m_appState.get(), this, m_platform.loginItem.get(), nullptr, nullptr, m_windowStatePath);
+            m_appState.get(), this, m_platform.loginItem.get(), m_cameraEngine.get(), m_microphoneMonitor.get(),
+            m_windowStatePath);
     }
     m_settingsWindowController->show();
 }
@@ -432,8 +511,8 @@ void AppCoordinator::finishUpdateCheck(const UpdateCheckResult &result)
 
 void AppCoordinator::refreshDevices()
 {
-    // The camera engine and the microphone monitor are not owned here yet; their lists refresh with them.
-    qCInfo(lcApp) << "No camera or microphone service to refresh in this build";
+    m_cameraEngine->refreshDevices();
+    m_microphoneMonitor->refreshDevices();
 }
 
 void AppCoordinator::resetSettings()

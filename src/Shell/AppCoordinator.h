@@ -14,6 +14,10 @@
 #include <memory>
 
 class AppState;
+class CameraBackend;
+class MicrophoneLevelMonitor;
+class MirrorCameraEngine;
+class MirrorWindowController;
 class ClipboardStore;
 class DesktopNotifier;
 class FrontmostApplication;
@@ -63,6 +67,8 @@ public:
         std::unique_ptr<LoginItem> loginItem;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
+        // Null: the cameras Qt Multimedia lists.
+        std::unique_ptr<CameraBackend> cameraBackend;
         DesktopCoverManager::Platform desktopCover;
         static Platform createDefault();
 
@@ -98,6 +104,9 @@ public:
     SettingsWindowController *settingsWindowController() const { return m_settingsWindowController.get(); }
     OnboardingWindowController *onboardingController() const { return m_onboardingController.get(); }
     Permissions *permissions() const { return m_permissions.get(); }
+    MirrorCameraEngine *cameraEngine() const { return m_cameraEngine.get(); }
+    MicrophoneLevelMonitor *microphoneMonitor() const { return m_microphoneMonitor.get(); }
+    MirrorWindowController *mirrorWindowController() const { return m_mirrorWindowController.get(); }
 
     void toggleHub() override;
     void toggleMirror() override;
@@ -121,6 +130,7 @@ private:
     void runShortcut(const QString &actionID);
     void showOnboardingIfNeeded();
     void finishUpdateCheck(const UpdateCheckResult &result);
+    void createMirror();
     // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
     void applyDesktopSettings();
     void openClipboardStore(const QString &historyPath);
@@ -144,6 +154,9 @@ private:
     std::unique_ptr<AppState> m_appState;
     std::unique_ptr<StatusItemController> m_statusItemController;
     std::unique_ptr<PasteService> m_pasteService;
+    std::unique_ptr<MirrorCameraEngine> m_cameraEngine;
+    std::unique_ptr<MicrophoneLevelMonitor> m_microphoneMonitor;
+    std::unique_ptr<MirrorWindowController> m_mirrorWindowController;
     std::unique_ptr<DesktopCoverManager> m_desktopCoverManager;
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;

@@ -160,6 +160,16 @@ void StatusItemController::rebuildMenu()
     connect(desktop, &QAction::triggered, this, command(&AppCommanding::toggleDesktopCover));
     m_menu->addSeparator();
 
+    QAction *pause = m_menu->addAction(QStringLiteral("Pause recording"));
+    pause->setCheckable(true);
+    pause->setChecked(m_appState && m_appState->clipboardPaused());
+    pause->setEnabled(m_appState && m_appState->clipboardEnabled());
+    connect(pause, &QAction::toggled, this, [this](bool paused) {
+        if (m_appState)
+            m_appState->setClipboardPaused(paused);
+    });
+    m_menu->addSeparator();
+
     QAction *settings = m_menu->addAction(QStringLiteral("Settings..."));
     settings->setShortcut(QKeySequence(QStringLiteral("Ctrl+,")));
     connect(settings, &QAction::triggered, this, command(&AppCommanding::openSettings));

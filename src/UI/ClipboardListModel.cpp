@@ -3,9 +3,16 @@
 #include "App/AppState.h"
 #include "Clipboard/ClipboardListSection.h"
 
+#include <QTimer>
+
+#include <algorithm>
+#include <limits>
+
 ClipboardListModel::ClipboardListModel(AppState *appState, QObject *parent)
-    : QAbstractListModel(parent), m_appState(appState)
+    : QAbstractListModel(parent), m_appState(appState), m_midnight(new QTimer(this))
 {
+    m_midnight->setSingleShot(true);
+    connect(m_midnight, &QTimer::timeout, this, &ClipboardListModel::refreshDay);
     connect(appState, &AppState::visibleClipboardEntriesChanged, this, &ClipboardListModel::rebuild);
     connect(appState, &AppState::selectedClipboardEntryIDChanged, this, &ClipboardListModel::updateSelection);
     rebuild();
@@ -138,8 +145,12 @@ void ClipboardListModel::rebuild()
     m_quickNumbers = quickNumbers(m_entries);
     m_sectionTitles.clear();
     // While searching the list is flat, ranked by score; otherwise rows follow the sections, pinned first.
+    const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
+    m_sectionsDate = now.date();
+    const QDateTime wallClock = QDateTime::currentDateTime();
+    m_midnight->start(int(std::min<qint64>(wallClock.msecsTo(wallClock.date().addDays(1).startOfDay()) + 1000,
+                                           std::numeric_limits<int>::max())));
     if (m_appState->searchQuery().trimmed().isEmpty()) {
-        const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
         ClipboardHistoryEntries ordered;
         ordered.reserve(m_entries.size());
         for (const ClipboardListSection &section : ClipboardListSection::group(m_entries, now)) {
@@ -155,6 +166,13 @@ void ClipboardListModel::rebuild()
     if (oldCount != m_entries.size())
         emit countChanged();
     emit selectedRowChanged();
+}
+
+void ClipboardListModel::refreshDay()
+{
+    const QDateTime now = m_now.isValid() ? m_now : QDateTime::currentDateTime();
+    if (now.date() != m_sectionsDate)
+        rebuild();
 }
 
 void ClipboardListModel::updateSelection()

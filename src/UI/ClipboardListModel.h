@@ -14,6 +14,8 @@ class AppState;
 
 // The hub's history list: AppState's visible entries with their day-section titles (none while a
 // search is active), quick numbers and selection, as QML roles.
+class QTimer;
+
 class ClipboardListModel final : public QAbstractListModel
 {
     Q_OBJECT
@@ -58,6 +60,10 @@ public:
 
     // Section titles are computed against this clock; tests pin it.
     void setNow(const QDateTime &now) { m_now = now; }
+    // "Today" becomes "Yesterday" at midnight: the sections are computed again when the date has
+    // changed since they were. Runs by itself just after midnight and when the hub opens (a timer
+    // does not count time the computer spent asleep).
+    void refreshDay();
 
 signals:
     void countChanged();
@@ -73,4 +79,6 @@ private:
     QHash<QUuid, int> m_quickNumbers;
     QUuid m_selectedID;
     QDateTime m_now;
+    QDate m_sectionsDate;
+    QTimer *m_midnight;
 };

@@ -3,8 +3,8 @@ import QtQuick.Controls
 import QtQuick.Layouts
 import Halcy
 
-// One history row. Click copies (formatted); Alt-click pastes as plain text; right click asks for the
-// context menu.
+// One history row. Click copies (formatted); Shift-click pastes as plain text (Alt-click belongs to
+// the window manager on most Linux desktops); right click asks for the context menu.
 Rectangle {
     id: row
 
@@ -21,13 +21,17 @@ Rectangle {
     required property string thumbnailSource
     required property string accessibleName
     required property HubController hub
+    // Its context menu is open.
+    property bool isMenuTarget: false
 
     // The hub owns one shared menu; a menu per row made every list rebuild slow.
     signal contextMenuRequested(int index, bool isPinned)
 
     height: 52
     radius: 8
-    color: isSelected ? Theme.accent : (hover.hovered ? Theme.rowHover : "transparent")
+    color: isSelected ? Theme.accent : (hover.hovered || isMenuTarget ? Theme.rowHover : "transparent")
+    border.color: isMenuTarget && !isSelected ? Theme.accent : "transparent"
+    border.width: 1
 
     Accessible.role: Accessible.ListItem
     Accessible.name: accessibleName
@@ -43,7 +47,7 @@ Rectangle {
         onClicked: mouse => {
             if (mouse.button === Qt.RightButton) {
                 row.contextMenuRequested(row.index, row.isPinned);
-            } else if (mouse.modifiers & Qt.AltModifier) {
+            } else if (mouse.modifiers & Qt.ShiftModifier) {
                 row.hub.pasteRow(row.index, true);
             } else {
                 row.hub.copyRow(row.index);

@@ -8,6 +8,18 @@ ListView {
     id: list
 
     required property HubController hub
+    signal menuClosed()
+
+    // For the keyboard: the selected row's menu, beside that row.
+    function openMenuForSelection() {
+        const row = hub.model.selectedRow;
+        if (row < 0)
+            return;
+        positionViewAtIndex(row, ListView.Contain);
+        const target = itemAtIndex(row);
+        if (target)
+            rowMenu.openFor(row, target.isPinned, target);
+    }
     readonly property bool searching: hub.appState.searchQuery.trim().length > 0
     objectName: "historyList"
     clip: true
@@ -21,36 +33,51 @@ ListView {
 
     section.property: list.searching ? "" : "section"
     section.criteria: ViewSection.FullString
-    section.delegate: Text {
+    // The current day's header stays pinned at the top instead of scrolling off half-way.
+    section.labelPositioning: ViewSection.InlineLabels | ViewSection.CurrentLabelAtStart
+    section.delegate: Rectangle {
         required property string section
-        text: section
+        width: ListView.view.width
+        height: header.implicitHeight
+        color: Theme.background
+        Accessible.role: Accessible.Heading
+        Accessible.name: section
+        Text {
+            id: header
+            text: parent.section
         color: Theme.tertiaryText
         font.pixelSize: 11
         font.weight: Font.DemiBold
-        topPadding: 6
-        bottomPadding: 3
-        leftPadding: 6
-        Accessible.role: Accessible.Heading
-        Accessible.name: section
+            topPadding: 6
+            bottomPadding: 3
+            leftPadding: 6
+        }
     }
 
     delegate: ClipboardRow {
         width: ListView.view.width
         hub: list.hub
-        onContextMenuRequested: (index, isPinned) => rowMenu.openFor(index, isPinned)
+        isMenuTarget: rowMenu.opened && rowMenu.row === index
+        onContextMenuRequested: (index, isPinned) => rowMenu.openFor(index, isPinned, null)
     }
 
     Menu {
         id: rowMenu
         objectName: "rowMenu"
+        margins: 6
+        onClosed: list.menuClosed()
 
         property int row: -1
         property bool rowIsPinned: false
 
-        function openFor(index, isPinned) {
+        // At the pointer for a click, below the row for the keyboard.
+        function openFor(index, isPinned, rowItem) {
             row = index;
             rowIsPinned = isPinned;
-            popup();
+            if (rowItem)
+                popup(rowItem, 24, rowItem.height);
+            else
+                popup();
         }
 
         MenuItem { text: "Copy"; onTriggered: list.hub.copyRow(rowMenu.row) }

@@ -21,8 +21,14 @@ AppState *HubController::appState() const
 
 void HubController::setShown(bool shown)
 {
-    if (shown)
+    // A search left over from last time would reopen the hub on a few rows, which looks like lost
+    // history.
+    if (!shown && m_appState)
+        m_appState->setSearchQuery(QString());
+    if (shown) {
+        m_model->refreshDay();
         selectNewest();
+    }
     if (m_shown == shown)
         return;
     m_shown = shown;

@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import QtQuick.Layouts
 import Halcy
 
@@ -18,7 +19,8 @@ RowLayout {
     Text {
         id: footerHint
         objectName: "footerHint"
-        text: statusTimer.running ? footer.hub.appState.clipboardStatusMessage : "Click to copy · Alt paste plain"
+        text: statusTimer.running ? footer.hub.appState.clipboardStatusMessage
+                                  : "Click to copy · Shift-click paste plain"
         color: Theme.tertiaryText
         font.pixelSize: 11
         // A message wraps rather than losing its end; the hint fits one line.
@@ -28,6 +30,18 @@ RowLayout {
         Layout.fillWidth: true
         Accessible.role: Accessible.StaticText
         Accessible.name: text
+        Accessible.description: keysHelp.text
+
+        HoverHandler { id: hintHover }
+        ToolTip {
+            id: keysHelp
+            objectName: "keysHelp"
+            visible: hintHover.hovered
+            delay: 500
+            text: "Return copies, Alt+Return pastes plain text, Alt+1…9 paste by number\n"
+                  + "Delete (Ctrl+Delete while searching) deletes, Ctrl+P pins or unpins\n"
+                  + "Menu key or Shift+F10 opens the row's menu"
+        }
     }
     Text {
         objectName: "entryCount"

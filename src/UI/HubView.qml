@@ -1,4 +1,5 @@
 import QtQuick
+import QtQuick.Controls
 import QtQuick.Layouts
 import Halcy
 
@@ -43,13 +44,39 @@ Rectangle {
         }
 
         SearchBar {
+            id: searchBar
             hub: root.hub
+            onRowMenuRequested: list.openMenuForSelection()
             visible: root.appState.clipboardEnabled
             Layout.fillWidth: true
+        }
+        RowLayout {
+            objectName: "pausedBanner"
+            visible: root.appState.clipboardEnabled && root.appState.clipboardPaused
+            Layout.fillWidth: true
+            spacing: 6
+            Text {
+                text: "Recording paused: new copies are not kept."
+                color: Theme.secondaryText
+                font.pixelSize: 11
+                wrapMode: Text.WordWrap
+                Layout.fillWidth: true
+            }
+            Button {
+                objectName: "resumeButton"
+                text: "Resume"
+                flat: true
+                font.pixelSize: 11
+                onClicked: {
+                    root.appState.clipboardPaused = false;
+                    searchBar.focusField();
+                }
+            }
         }
         HistoryList {
             id: list
             hub: root.hub
+            onMenuClosed: searchBar.focusField()
             visible: root.appState.clipboardEnabled && count > 0
             Layout.fillWidth: true
             Layout.fillHeight: true

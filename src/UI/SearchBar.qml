@@ -9,6 +9,15 @@ RowLayout {
 
     required property HubController hub
 
+    // The Menu key or Shift+F10: the selected row's menu.
+    signal rowMenuRequested()
+
+    // Menus take the keyboard while open and do not give it back by themselves.
+    function focusField() {
+        if (searchLoader.item)
+            searchLoader.item.forceActiveFocus();
+    }
+
     spacing: 6
 
     Rectangle {
@@ -53,7 +62,17 @@ RowLayout {
 
                     Keys.onPressed: event => {
                         const alt = (event.modifiers & Qt.AltModifier) !== 0;
-                        if (event.key === Qt.Key_Down) {
+                        const ctrl = (event.modifiers & Qt.ControlModifier) !== 0;
+                        const selected = searchBar.hub.model.selectedRow;
+                        if (event.key === Qt.Key_Delete && (ctrl || text.length === 0) && selected >= 0) {
+                            // Plain Delete edits the search while there is one.
+                            searchBar.hub.deleteRow(selected);
+                        } else if (ctrl && event.key === Qt.Key_P && selected >= 0) {
+                            searchBar.hub.togglePinRow(selected);
+                        } else if (event.key === Qt.Key_Menu
+                                   || (event.key === Qt.Key_F10 && (event.modifiers & Qt.ShiftModifier))) {
+                            searchBar.rowMenuRequested();
+                        } else if (event.key === Qt.Key_Down) {
                             searchBar.hub.moveSelection(1);
                         } else if (event.key === Qt.Key_Up) {
                             searchBar.hub.moveSelection(-1);
@@ -79,7 +98,7 @@ RowLayout {
                 implicitHeight: 22
                 onClicked: {
                     searchBar.hub.search("");
-                    searchLoader.item.forceActiveFocus();
+                    searchBar.focusField();
                 }
             }
         }
@@ -116,11 +135,13 @@ RowLayout {
             radius: 8
             color: clearButton.hovered ? Theme.rowHover : "transparent"
         }
-        onClicked: clearMenu.popup(clearButton, 0, clearButton.height)
+        onClicked: clearMenu.popup(clearButton, clearButton.width - clearMenu.width, clearButton.height)
 
         Menu {
             id: clearMenu
             objectName: "clearMenu"
+            margins: 6
+            onClosed: searchBar.focusField()
             MenuItem {
                 text: "Clear last 30 minutes"
                 onTriggered: searchBar.hub.clearRecentHistory()

@@ -7,6 +7,7 @@
 #include <QDir>
 #include <QFile>
 #include <QLocale>
+#include <QWindow>
 
 namespace {
 
@@ -89,6 +90,24 @@ private slots:
                                   windowClass, 3000);
         QCOMPARE(frontmost.activeWindowClass()->instance, QStringLiteral("text_field_peer"));
         QCOMPARE(frontmost.name(), expected);
+    }
+
+    // A copy made in the hub belongs to the application the user was in before it.
+    void ourOwnWindowIsNeverTheApplication()
+    {
+        PeerProcess peer(m_peerPath);
+        QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerEditor")), qPrintable(peer.errorOutput()));
+        X11FrontmostApplication frontmost;
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), 3000);
+
+        QWindow ours;
+        ours.resize(200, 100);
+        ours.show();
+        QVERIFY(QTest::qWaitForWindowExposed(&ours));
+        QVERIFY(xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
+                         QString::number(ours.winId())}));
+        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), 3000);
+        QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
     }
 
     void emptyWithoutActiveWindow()

@@ -9,6 +9,9 @@
 #include <QGuiApplication>
 #include <QLocale>
 #include <QSet>
+#include <QWindow>
+
+#include <algorithm>
 #include <QStandardPaths>
 
 #include <xcb/xcb.h>
@@ -76,6 +79,13 @@ std::optional<WindowClass> X11FrontmostApplication::activeWindowClass() const
     const xcb_window_t active = activeWindows.empty() ? XCB_WINDOW_NONE : activeWindows.front();
     if (active == XCB_WINDOW_NONE)
         return std::nullopt;
+    // Our own windows (the hub) are never the application the user works in: answer the one that was
+    // active before them.
+    const QWindowList ours = QGuiApplication::allWindows();
+    if (std::any_of(ours.cbegin(), ours.cend(), [active](const QWindow *window) {
+            return window->handle() && window->winId() == active;
+        }))
+        return m_lastForeignClass;
 
     // The window may be gone by now; the error then comes back instead of a reply.
     xcb_generic_error_t *error = nullptr;
@@ -96,6 +106,7 @@ std::optional<WindowClass> X11FrontmostApplication::activeWindowClass() const
     result.className = parts.value(1).isEmpty() ? QString() : QString::fromUtf8(parts.value(1));
     if (result.instance.isEmpty() && result.className.isEmpty())
         return std::nullopt;
+    m_lastForeignClass = result;
     return result;
 }
 

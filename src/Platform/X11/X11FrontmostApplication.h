@@ -35,6 +35,8 @@ private:
     QString desktopEntryName(const WindowClass &windowClass) const;
 
     mutable quint32 m_activeWindowAtom = 0;
+    // The last active window that was not ours.
+    mutable std::optional<WindowClass> m_lastForeignClass;
     mutable bool m_indexBuilt = false;
     // Lower-cased StartupWMClass, desktop file id and its last dotted part -> entry name.
     mutable QHash<QString, QString> m_byWMClass;

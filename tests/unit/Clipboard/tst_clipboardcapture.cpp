@@ -1,4 +1,7 @@
 #include "Clipboard/ClipboardCapture.h"
+#include "SampleContent.h"
+
+#include <QImage>
 
 #include <QTest>
 
@@ -53,7 +56,9 @@ private slots:
             return;
         QCOMPARE(enumName(capture->type), type);
         QCOMPARE(capture->title, title);
-        QCOMPARE(capture->textContent, std::optional<QString>(input.trimmed()));
+        QCOMPARE(capture->textContent, std::optional<QString>(input));
+        // Surrounding blanks make no new record.
+        QCOMPARE(capture->fingerprint, ClipboardCapture::fromString(input.trimmed(), QString())->fingerprint);
         QVERIFY(!capture->preview.contains(QLatin1Char('\n')));
         QCOMPARE(capture->sourceAppName, QStringLiteral("Terminal"));
         QVERIFY(capture->timestamp >= before && capture->timestamp <= QDateTime::currentDateTime());
@@ -176,6 +181,9 @@ private slots:
         QCOMPARE(capture.imageData, std::optional<QByteArray>(bytes));
         QCOMPARE(capture.sourceAppName, QStringLiteral("Viewer"));
         QVERIFY(!capture.textContent);
+        // A picture that can be read says what it is.
+        const QByteArray png = encodedImage(QImage(64, 48, QImage::Format_RGB32), "PNG");
+        QCOMPARE(ClipboardCapture::fromImage(png, 8, QString()).preview, QStringLiteral("64 × 48 PNG"));
         // printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -d' ' -f1)" | sha256sum
         QCOMPARE(capture.fingerprint,
                  QStringLiteral("99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469"));

@@ -65,7 +65,7 @@ private slots:
         QCOMPARE(m_delegate.published.last(), entries);
         QCOMPARE(entries.size(), 2);
         QCOMPARE(entries.at(0).textContent, QStringLiteral("second note"));
-        QCOMPARE(entries.at(1).textContent, QStringLiteral("first note"));
+        QCOMPARE(entries.at(1).textContent, QStringLiteral("  first note  ")); // exactly as copied
         QCOMPARE(entries.at(0).sourceAppName, QStringLiteral("Text Editor"));
         QCOMPARE(monitor->lastChangeCount(), m_pasteboard->changeCount());
         QVERIFY(m_delegate.messages.isEmpty());
@@ -117,6 +117,12 @@ private slots:
                                        {plain, "/home/u/report.pdf"}}
             << "file"
             << "report.pdf";
+        const QByteArray gnomeFiles("copy\nfile:///home/u/a.txt\nfile:///home/u/b%20c.txt");
+        QTest::addRow("GNOME Files' own file list wins over its text")
+            << FakePasteboard::Content{{QStringLiteral("x-special/gnome-copied-files"), gnomeFiles},
+                                       {plain, gnomeFiles}}
+            << "file"
+            << "2 files";
         QTest::addRow("web addresses in a uri list fall back to text")
             << FakePasteboard::Content{{uriList, "https://example.com/\r\n"}, {plain, "https://example.com/"}}
             << "link"

@@ -290,7 +290,8 @@ private slots:
         QFETCH(bool, includingPinned);
         QFETCH(QStringList, remaining);
 
-        const auto store = openStore(freshPath());
+        const QString path = freshPath();
+        const auto store = openStore(path);
         QVERIFY(store);
         const QDateTime now = QDateTime::currentDateTime();
         QVERIFY(store->insert(textCapture(QStringLiteral("older"), now.addDays(-1))));
@@ -303,6 +304,13 @@ private slots:
                        : store->deleteEntriesSince(now.addSecs(-1800), includingPinned, &error),
                  qPrintable(error));
         QCOMPARE(titlesOf(*store), remaining);
+        // What is gone cannot be read back from the files either.
+        for (const char *suffix : {"", "-wal"}) {
+            QFile file(path + QLatin1String(suffix));
+            const QByteArray bytes = file.open(QIODevice::ReadOnly) ? file.readAll() : QByteArray();
+            for (const QString &title : {"older", "subject", "keep"})
+                QCOMPARE(bytes.contains(title.toUtf8()), remaining.contains(title) && *suffix == '\0');
+        }
     }
 
     void pinAndDeleteOneRecord()
@@ -346,6 +354,7 @@ private slots:
         row("another program's database", "foreign", "not a Halcy clipboard history");
         row("SQLite header followed by garbage", "garbage", "cannot be read");
         row("history with its table gone", "damaged", "damaged");
+        row("damaged pages behind a valid header", "damagedPages", "damaged");
         row("folder path runs through a file", "throughFile", "cannot be created");
         row("path is a folder", "folder", "is not a file");
         row("history file without write permission", "lockedHistory", "cannot be written");
@@ -365,15 +374,24 @@ private slots:
         const bool locked = kind.contains(QLatin1String("Locked"), Qt::CaseInsensitive);
         if (locked && ::geteuid() == 0)
             QSKIP("permissions do not bind root");
-        if (QStringList{"newer", "damaged", "lockedHistory", "historyInLockedFolder"}.contains(kind)) {
+        if (QStringList{"newer", "damaged", "damagedPages", "lockedHistory", "historyInLockedFolder"}.contains(
+                kind)) {
             const auto store = openStore(path);
             QVERIFY(store && store->insert(textCapture(QStringLiteral("kept"))));
+            for (int i = 0; kind == QLatin1String("damagedPages") && i < 40; ++i)
+                QVERIFY(store->insert(textCapture(QStringLiteral("filler %1 ").arg(i).repeated(20))));
         }
 
         if (kind == QLatin1String("newer")) {
             QCOMPARE(
                 sql(path, QStringLiteral("UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'")),
                 QStringList{});
+        } else if (kind == QLatin1String("damagedPages")) {
+            // Header, schema and metadata intact; the last pages of the records overwritten.
+            QFile file(path);
+            QVERIFY(file.open(QIODevice::ReadWrite) && file.size() > 6 * 4096);
+            file.seek(file.size() - 2 * 4096);
+            file.write(QByteArray(2 * 4096, '\x5a'));
         } else if (kind == QLatin1String("damaged")) {
             QCOMPARE(sql(path, QStringLiteral("DROP TABLE ClipboardRecord")), QStringList{});
         } else if (kind == QLatin1String("foreign")) {

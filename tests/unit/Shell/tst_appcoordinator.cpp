@@ -2,6 +2,7 @@
 #include "App/AppState.h"
 #include "Shell/StatusItemController.h"
 #include "Clipboard/ClipboardStore.h"
+#include "FakeCameraBackend.h"
 #include "Desktop/DesktopCoverWindow.h"
 #include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
@@ -9,6 +10,7 @@
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
 #include "Hotkeys/HotkeyManager.h"
+#include "Mirror/MirrorCameraEngine.h"
 #include "SampleContent.h"
 #include "TestEnvironment.h"
 
@@ -30,6 +32,7 @@ private:
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
     FakeDesktopNotifier *m_notifier = nullptr;
+    std::shared_ptr<FakeCameraBackend::Shared> m_camera;
     std::unique_ptr<AppCoordinator> m_coordinator;
     QUrl m_updateFeed;
 
@@ -54,6 +57,9 @@ private:
         auto notifier = std::make_unique<FakeDesktopNotifier>();
         m_notifier = notifier.get();
         platform.notifier = std::move(notifier);
+        m_camera = std::make_shared<FakeCameraBackend::Shared>();
+        m_camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
+        platform.cameraBackend = std::make_unique<FakeCameraBackend>(m_camera);
         m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
     }
 
@@ -98,6 +104,33 @@ private slots:
         QVERIFY(state()->isCheckingForUpdates());
         QVERIFY(state()->updateMessage().isEmpty());
         m_updateFeed.clear();
+    }
+
+    // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
+    void mirrorToggleOpensAndClosesTheCamera()
+    {
+        MirrorCameraEngine *camera = m_coordinator->cameraEngine();
+        m_coordinator->toggleMirror();
+        QVERIFY(state()->mirrorOpen());
+        QTRY_COMPARE(camera->state().kind(), MirrorCameraState::Kind::running);
+        m_coordinator->toggleMirror();
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+
+        state()->setMirrorEnabled(false);
+        m_coordinator->toggleMirror();
+        QVERIFY(!state()->mirrorOpen());
+
+        state()->setMirrorEnabled(true);
+        m_coordinator->toggleMirror();
+        QVERIFY(state()->mirrorOpen());
+        m_coordinator->shutdown();
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+        // The camera found for the empty selection is remembered.
+        QFile settings(locations().preferencesPath);
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
     }
 
     void init()

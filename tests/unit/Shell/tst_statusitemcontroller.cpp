@@ -15,12 +15,14 @@ private slots:
     void menuItemsRunTheirCommands_data()
     {
         QTest::addColumn<QString>("item");
-        QTest::addColumn<QString>("call");
+        QTest::addColumn<QString>("call"); // "paused": no command, the preference flips
 
         QTest::addRow("Mirror") << "Mirror"
                                 << "toggleMirror";
         QTest::addRow("Hide Desktop") << "Hide Desktop"
                                       << "toggleDesktopCover";
+        QTest::addRow("Pause recording") << "Pause recording"
+                                         << "paused";
         QTest::addRow("Settings") << "Settings..."
                                   << "openSettings";
         QTest::addRow("Quit") << "Quit Halcy"
@@ -44,9 +46,13 @@ private slots:
         }
         // Global shortcuts after the tab, written the way the desktop writes them.
         QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D", "-",
-                                      "Settings...", "Quit Halcy"}));
+                                      "Pause recording", "-", "Settings...", "Quit Halcy"}));
+        const bool pausing = call == QLatin1String("paused");
+        QCOMPARE(fixture.state.clipboardPaused(), pausing);
+        if (pausing)
+            call.clear();
         QCOMPARE(commander.calls, call.isEmpty() ? QStringList() : QStringList{call});
-        QCOMPARE(controller.isPopoverShown(), call.isEmpty());
+        QCOMPARE(controller.isPopoverShown(), call.isEmpty() && !pausing);
     }
 };
 

@@ -84,6 +84,20 @@ private slots:
         QCOMPARE(model.rowCount(), 3);
     }
 
+    void todayBecomesYesterdayAtMidnight()
+    {
+        const QDateTime evening(QDate(2026, 3, 9), QTime(23, 59, 30));
+        m_state->applyEntries({makeEntry(QStringLiteral("late"), evening.addSecs(-60))});
+        ClipboardListModel model(m_state);
+        model.setNow(evening);
+        model.refreshDay(); // same day: nothing to do
+        m_state->applyEntries({makeEntry(QStringLiteral("late"), evening.addSecs(-60))});
+        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Today"));
+        model.setNow(evening.addSecs(60));
+        model.refreshDay();
+        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Yesterday"));
+    }
+
     void selectionMovesOnlyTheAffectedRows()
     {
         const QDateTime now = QDateTime::currentDateTime();

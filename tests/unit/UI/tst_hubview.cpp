@@ -157,12 +157,17 @@ private slots:
         QTest::keyClick(view(), Qt::Key_Up);
         QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
 
+        type(QStringLiteral("thi"));
         QTest::keyClick(view(), Qt::Key_Escape);
         QVERIFY(!m_popover->isShown());
         // No text field, hence no clipboard queries, while the hub is hidden.
         QTRY_VERIFY(!item("searchField"));
         m_popover->show(QRect(100, 0, 24, 24));
         QTRY_VERIFY(item("searchField") && item("searchField")->hasActiveFocus());
+        // Each opening starts fresh: the whole history, the newest selected.
+        QCOMPARE(m_state->searchQuery(), QString());
+        QCOMPARE(m_popover->controller()->model()->rowCount(), 3);
+        QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(0).id);
     }
 
     void rowClicksCopyOrPastePlain()
@@ -172,7 +177,7 @@ private slots:
         QCOMPARE(m_commander->lastEntry.id, m_entries.at(2).id);
         QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(2).id);
 
-        click(rowAt(1), Qt::AltModifier);
+        click(rowAt(1), Qt::ShiftModifier);
         QCOMPARE(m_commander->calls.last(), QStringLiteral("pasteEntry"));
         QCOMPARE(m_commander->lastEntry.id, m_entries.at(1).id);
         QCOMPARE(m_commander->lastMode, PasteMode::plainText);
@@ -214,6 +219,90 @@ private slots:
                      : m_commander->lastID,
                  m_entries.at(1).id);
         QCOMPARE(m_commander->lastMode, mode);
+    }
+
+    void keysActOnTheSelectedRow_data()
+    {
+        QTest::addColumn<QString>("search");
+        QTest::addColumn<int>("key");
+        QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
+        QTest::addColumn<QString>("call"); // empty: the row menu opens instead
+
+        QTest::addRow("Delete") << QString() << int(Qt::Key_Delete) << Qt::KeyboardModifiers() << "deleteEntry";
+        QTest::addRow("Ctrl+Delete while searching")
+            << "sec" << int(Qt::Key_Delete) << Qt::KeyboardModifiers(Qt::ControlModifier) << "deleteEntry";
+        QTest::addRow("Ctrl+P pins") << QString() << int(Qt::Key_P) << Qt::KeyboardModifiers(Qt::ControlModifier)
+                                     << "togglePin";
+        QTest::addRow("Menu key") << QString() << int(Qt::Key_Menu) << Qt::KeyboardModifiers() << QString();
+        QTest::addRow("Shift+F10") << QString() << int(Qt::Key_F10) << Qt::KeyboardModifiers(Qt::ShiftModifier)
+                                   << QString();
+    }
+
+    void keysActOnTheSelectedRow()
+    {
+        QFETCH(QString, search);
+        QFETCH(int, key);
+        QFETCH(Qt::KeyboardModifiers, modifiers);
+        QFETCH(QString, call);
+
+        type(search);
+        QTest::keyClick(view(), Qt::Key(key), modifiers);
+        if (call.isEmpty()) {
+            QTRY_VERIFY(menuItem(QStringLiteral("Pin")));
+            click(menuItem(QStringLiteral("Pin")));
+            call = QStringLiteral("togglePin");
+        }
+        QCOMPARE(m_commander->calls, QStringList{call});
+        QCOMPARE(m_commander->lastID, m_entries.at(search.isEmpty() ? 0 : 1).id);
+        QCOMPARE(m_state->searchQuery(), search); // the key did not edit the search
+    }
+
+    // Menus take the keyboard while open; typing must reach the search again once they close.
+    void keyboardComesBackAfterAnyMenu_data()
+    {
+        QTest::addColumn<QString>("menu");
+        QTest::addColumn<QString>("choice"); // empty: closed with Escape
+        QTest::addRow("row menu, item chosen") << "row" << "Pin";
+        QTest::addRow("row menu, Escape") << "row" << QString();
+        QTest::addRow("Clear menu, Escape") << "clear" << QString();
+    }
+
+    void keyboardComesBackAfterAnyMenu()
+    {
+        QFETCH(QString, menu);
+        QFETCH(QString, choice);
+
+        if (menu == QLatin1String("row"))
+            click(rowAt(1), Qt::NoModifier, Qt::RightButton);
+        else
+            click(item("clearMenuButton"));
+        const QString firstItem = menu == QLatin1String("row") ? QStringLiteral("Pin") : QStringLiteral("Clear last 30 minutes");
+        QTRY_VERIFY(menuItem(firstItem));
+        if (menu == QLatin1String("clear")) {
+            // Inside the window, not cut off at its edge.
+            QQuickItem *entry = menuItem(firstItem);
+            const QRectF inScene = entry->mapRectToScene(QRectF(0, 0, entry->width(), entry->height()));
+            QVERIFY2(QRectF(0, 0, view()->width(), view()->height()).contains(inScene), "menu cut off");
+        }
+        if (choice.isEmpty())
+            QTest::keyClick(view(), Qt::Key_Escape);
+        else
+            click(menuItem(choice));
+        QTRY_VERIFY(!menuItem(firstItem));
+        QVERIFY(m_popover->isShown());
+        type(QStringLiteral("thi"));
+        QCOMPARE(m_state->searchQuery(), QStringLiteral("thi"));
+        QTest::keyClick(view(), Qt::Key_Escape);
+        QVERIFY(!m_popover->isShown());
+    }
+
+    void pausedRecordingShowsAndResumes()
+    {
+        QVERIFY(!isShowing("pausedBanner"));
+        m_state->setClipboardPaused(true);
+        QTRY_VERIFY(isShowing("pausedBanner"));
+        click(item("resumeButton"));
+        QVERIFY(!m_state->clipboardPaused());
     }
 
     void disabledCardIsDimmedAndIgnoresClicks()
