@@ -126,7 +126,7 @@ int main(int argc, char **argv)
         QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
 
     QApplication app(argc, argv);
-    QApplication::setApplicationDisplayName(QStringLiteral("Halcy"));
+    // No display name: Qt would append it to every window title ("Halcy Settings — Halcy").
     QGuiApplication::setDesktopFileName(QStringLiteral("halcy"));
     // A tray utility: closing its windows never ends it.
     QApplication::setQuitOnLastWindowClosed(false);

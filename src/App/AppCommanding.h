@@ -29,5 +29,11 @@ public:
     virtual void openSettingsAtTab(SettingsTab tab) = 0;
     virtual void refreshPermissions() = 0;
     virtual void checkForUpdates() = 0;
+    // Asks the camera and the microphone for their device lists again.
+    virtual void refreshDevices() = 0;
+    // Every preference back to its default; the history, onboarding and chosen devices stay.
+    virtual void resetSettings() = 0;
+    // Opens the desktop's own settings page for a permission, where it has one.
+    virtual void openPermissionSettings(const QString &permissionID) = 0;
     virtual void quit() = 0;
 };

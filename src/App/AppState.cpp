@@ -242,6 +242,35 @@ DesktopCoverConfiguration AppState::desktopCoverConfiguration() const
     return configuration;
 }
 
+void AppState::setUpdateURL(const QUrl &value)
+{
+    if (m_updateURL == value)
+        return;
+    m_updateURL = value;
+    emit updateURLChanged();
+}
+
+void AppState::setPermissionSummaries(const PermissionSummaries &value)
+{
+    if (m_permissionSummaries == value)
+        return;
+    m_permissionSummaries = value;
+    emit permissionSummariesChanged();
+}
+
+QVariantList AppState::permissionSummaryRows() const
+{
+    QVariantList rows;
+    for (const PermissionSummary &summary : m_permissionSummaries) {
+        rows << QVariantMap{{QStringLiteral("id"), summary.id},
+                            {QStringLiteral("title"), summary.title},
+                            {QStringLiteral("detail"), summary.detail},
+                            {QStringLiteral("state"), enumName(summary.state)},
+                            {QStringLiteral("canOpenSettings"), summary.canOpenSettings()}};
+    }
+    return rows;
+}
+
 QVariantList AppState::shortcutRows() const
 {
     QVariantList rows;

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "App/PasteResult.h"
+#include "App/PermissionSummary.h"
 #include "App/PreferenceRow.h"
 #include "App/SettingsTab.h"
 #include "Clipboard/ClipboardHistoryEntry.h"
@@ -12,6 +13,7 @@
 #include <QColor>
 #include <QObject>
 #include <QString>
+#include <QUrl>
 #include <QUuid>
 #include <QVariantList>
 #include <QtQml/qqmlregistration.h>
@@ -64,6 +66,10 @@ class AppState final : public QObject
     Q_PROPERTY(QString clipboardStatusMessage READ clipboardStatusMessage WRITE setClipboardStatusMessage
                    NOTIFY clipboardStatusMessageChanged)
     Q_PROPERTY(QString updateMessage READ updateMessage WRITE setUpdateMessage NOTIFY updateMessageChanged)
+    // The download page of a newer release the last check found; empty otherwise.
+    Q_PROPERTY(QUrl updateURL READ updateURL WRITE setUpdateURL NOTIFY updateURLChanged)
+    // One map (id, title, detail, state as its case name, canOpenSettings) per permission.
+    Q_PROPERTY(QVariantList permissionSummaries READ permissionSummaryRows NOTIFY permissionSummariesChanged)
     Q_PROPERTY(bool isCheckingForUpdates READ isCheckingForUpdates WRITE setIsCheckingForUpdates NOTIFY
                    isCheckingForUpdatesChanged)
     Q_PROPERTY(Settings::SettingsTab selectedSettingsTab READ selectedSettingsTab WRITE setSelectedSettingsTab
@@ -86,6 +92,9 @@ public:
     const ClipboardHistoryEntries &visibleClipboardEntries() const { return m_visibleClipboardEntries; }
     QString updateMessage() const { return m_updateMessage; }
     bool isCheckingForUpdates() const { return m_isCheckingForUpdates; }
+    QUrl updateURL() const { return m_updateURL; }
+    const PermissionSummaries &permissionSummaries() const { return m_permissionSummaries; }
+    QVariantList permissionSummaryRows() const;
     SettingsTab selectedSettingsTab() const { return m_selectedSettingsTab; }
     // The fixed table of global shortcuts.
     const QList<KeyboardShortcutDescriptor> &shortcuts() const { return m_shortcuts; }
@@ -103,6 +112,9 @@ public:
     void setClipboardStatusMessage(const QString &value);
     void setUpdateMessage(const QString &value);
     void setIsCheckingForUpdates(bool value);
+    void setUpdateURL(const QUrl &value);
+    // Announced only when a summary differs.
+    void setPermissionSummaries(const PermissionSummaries &value);
     void setSelectedSettingsTab(SettingsTab value);
 
     // Publishes a reloaded history: the preferred entry is selected, else the first visible one.
@@ -134,6 +146,8 @@ signals:
     void visibleClipboardEntriesChanged();
     void updateMessageChanged();
     void isCheckingForUpdatesChanged();
+    void updateURLChanged();
+    void permissionSummariesChanged();
     void selectedSettingsTabChanged();
 
 private:
@@ -155,6 +169,8 @@ private:
     ClipboardHistoryEntries m_visibleClipboardEntries;
     QString m_updateMessage;
     bool m_isCheckingForUpdates = false;
+    QUrl m_updateURL;
+    PermissionSummaries m_permissionSummaries;
     SettingsTab m_selectedSettingsTab = SettingsTab::general;
     const QList<KeyboardShortcutDescriptor> m_shortcuts = KeyboardShortcutDescriptor::defaultTable();
 };

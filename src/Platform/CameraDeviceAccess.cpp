@@ -1,6 +1,8 @@
 #include "Platform/CameraDeviceAccess.h"
 
 #include <QDir>
+#include <QFile>
+#include <QRegularExpression>
 
 #include <cerrno>
 #include <fcntl.h>
@@ -8,24 +10,31 @@
 
 namespace CameraDeviceAccess {
 
-bool allNodesRefused()
+DeviceAccess access(const QString &deviceDirectory)
 {
+    static const QRegularExpression videoNode(QStringLiteral("^video[0-9]+$"));
     const QStringList nodes =
-        QDir(QStringLiteral("/dev")).entryList({QStringLiteral("video*")}, QDir::System);
-    if (nodes.isEmpty())
-        return false;
+        QDir(deviceDirectory).entryList(QDir::System | QDir::Files | QDir::Dirs | QDir::NoDotAndDotDot);
+    bool found = false;
+    bool refused = false;
     for (const QString &node : nodes) {
-        const QByteArray path = QByteArrayLiteral("/dev/") + node.toLocal8Bit();
-        const int fd = ::open(path.constData(), O_RDWR | O_NONBLOCK | O_CLOEXEC);
+        if (!videoNode.match(node).hasMatch())
+            continue;
+        found = true;
+        // Non-blocking and closed at once: only whether the kernel lets us in matters.
+        const int fd = ::open(QFile::encodeName(deviceDirectory + u'/' + node).constData(),
+                              O_RDWR | O_NONBLOCK | O_CLOEXEC);
         if (fd >= 0) {
             ::close(fd);
-            return false;
+            return DeviceAccess::open;
         }
-        // Busy or gone is not a matter of permission.
-        if (errno != EACCES && errno != EPERM)
-            return false;
+        if (errno == EBUSY)
+            return DeviceAccess::open;
+        refused = refused || errno == EACCES || errno == EPERM;
     }
-    return true;
+    if (!found)
+        return DeviceAccess::none;
+    return refused ? DeviceAccess::refused : DeviceAccess::unexpected;
 }
 
 } // namespace CameraDeviceAccess

@@ -1,8 +1,10 @@
 #include "Shell/AppCoordinator.h"
 
 #include "App/AppState.h"
+#include "App/Permissions.h"
 #include "App/PreferenceRow.h"
 #include "App/Preferences.h"
+#include "App/UpdateProvider.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
 #include "Core/GuiThread.h"
@@ -16,18 +18,40 @@
 #include "Platform/FrontmostApplication.h"
 #include "Platform/HotkeyRegistrar.h"
 #include "Platform/KeystrokePoster.h"
+#include "Platform/LoginItem.h"
 #include "Platform/Pasteboard.h"
+#include "Platform/PermissionProbe.h"
 #include "Shell/StatusItemController.h"
+#include "UI/OnboardingWindowController.h"
+#include "UI/SettingsWindowController.h"
 #include "UI/HubPopover.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
+#include <QFileInfo>
 #include <QTimer>
 
 AppCoordinator::Locations AppCoordinator::Locations::standard()
 {
-    return {Preferences::defaultPath(), ClipboardStore::defaultPath()};
+    return {Preferences::defaultPath(), ClipboardStore::defaultPath(),
+            QFileInfo(Preferences::defaultPath()).absolutePath() + QStringLiteral("/windows.ini"),
+            builtInFeedURL()};
 }
+
+QUrl AppCoordinator::Locations::builtInFeedURL()
+{
+    return UpdateProvider::builtInFeedURL();
+}
+
+namespace {
+
+const PreferenceRow &onboardingRow()
+{
+    static const PreferenceRow row = PreferenceRow::flag("hasCompletedOnboarding", false);
+    return row;
+}
+
+} // namespace
 
 AppCoordinator::Platform::Platform() = default;
 AppCoordinator::Platform::Platform(Platform &&) noexcept = default;
@@ -40,14 +64,21 @@ AppCoordinator::Platform AppCoordinator::Platform::createDefault()
     platform.pasteboard = Pasteboard::createDefault();
     platform.keystrokePoster = KeystrokePoster::createDefault();
     platform.frontmostApplication = FrontmostApplication::createDefault();
+    platform.permissionProbe = PermissionProbe::createDefault();
+    platform.loginItem = LoginItem::createDefault();
     platform.notifier = DesktopNotifier::createDefault();
     platform.desktopCover = DesktopCoverManager::Platform::createDefault();
     return platform;
 }
 
 AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QObject *parent)
-    : AppCommanding(parent), m_platform(std::move(platform)), m_historyPath(locations.historyPath)
+    : AppCommanding(parent), m_platform(std::move(platform)), m_historyPath(locations.historyPath),
+      m_windowStatePath(locations.windowStatePath)
 {
+    if (!m_platform.permissionProbe)
+        m_platform.permissionProbe = PermissionProbe::createDefault();
+    if (!m_platform.loginItem)
+        m_platform.loginItem = LoginItem::createDefault();
     m_preferences = std::make_unique<Preferences>(locations.preferencesPath);
     m_appState = std::make_unique<AppState>(m_preferences.get());
     createMirror();
@@ -61,6 +92,14 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
     m_hotkeyManager =
         std::make_unique<HotkeyManager>(m_appState->shortcuts(), std::move(m_platform.hotkeyRegistrar));
     connect(m_hotkeyManager.get(), &HotkeyManager::activated, this, &AppCoordinator::runShortcut);
+    // Created now, fetching nothing: the feed is read only when the user asks.
+    m_updateProvider = std::make_unique<UpdateProvider>(locations.updateFeedURL);
+    connect(m_updateProvider.get(), &UpdateProvider::finished, this, &AppCoordinator::finishUpdateCheck);
+    m_permissions = std::make_unique<Permissions>(std::move(m_platform.permissionProbe),
+                                                  [this] { return m_pasteService->canPostKeystrokes(); });
+    m_appState->setPermissionSummaries(m_permissions->summaries());
+    connect(m_permissions.get(), &Permissions::summariesChanged, this,
+            [this] { m_appState->setPermissionSummaries(m_permissions->summaries()); });
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
         // The store announces every change; the state applies each as it comes.
@@ -131,6 +170,24 @@ void AppCoordinator::start()
     if (m_platform.pasteboard && m_platform.pasteboard->acceptHandovers())
         connect(m_platform.pasteboard.get(), &Pasteboard::handoverRequested, this,
                 &AppCoordinator::takeHandover);
+    m_permissions->refresh();
+    showOnboardingIfNeeded();
+}
+
+void AppCoordinator::showOnboardingIfNeeded()
+{
+    if (m_preferences->read(onboardingRow()).toBool())
+        return;
+    QPointer<AppCoordinator> self(this);
+    m_onboardingController = std::make_unique<OnboardingWindowController>(m_appState.get(), this, [self] {
+        if (!self)
+            return;
+        self->m_preferences->write(onboardingRow(), true);
+        // Let go once the window's own signal has returned.
+        if (self->m_onboardingController)
+            self->m_onboardingController.release()->deleteLater();
+    });
+    m_onboardingController->show();
 }
 
 void AppCoordinator::reportUnregisteredShortcuts()
@@ -179,6 +236,8 @@ void AppCoordinator::shutdown()
     if (m_mirrorWindowController)
         m_mirrorWindowController->close();
     m_clipboardMonitor.reset();
+    m_settingsWindowController.reset();
+    m_onboardingController.reset();
     // No cover may outlive the process, whatever state it was in.
     m_desktopCoverManager->setConfiguration(DesktopCoverConfiguration());
     m_desktopCoverManager->clearRevealAction();
@@ -401,7 +460,12 @@ void AppCoordinator::openSettings()
 {
     if (m_statusItemController)
         m_statusItemController->closePopover();
-    qCInfo(lcApp) << "The settings window is not available in this build";
+    if (!m_settingsWindowController) {
+        m_settingsWindowController = std::make_unique<SettingsWindowController>(
+            m_appState.get(), this, m_platform.loginItem.get(), m_cameraEngine.get(), m_microphoneMonitor.get(),
+            m_windowStatePath);
+    }
+    m_settingsWindowController->show();
 }
 
 void AppCoordinator::openSettingsAtTab(SettingsTab tab)
@@ -410,9 +474,52 @@ void AppCoordinator::openSettingsAtTab(SettingsTab tab)
     openSettings();
 }
 
-void AppCoordinator::refreshPermissions() {}
+void AppCoordinator::refreshPermissions()
+{
+    m_permissions->refresh();
+}
 
-void AppCoordinator::checkForUpdates() {}
+void AppCoordinator::openPermissionSettings(const QString &permissionID)
+{
+    m_permissions->openSettings(permissionID);
+}
+
+void AppCoordinator::checkForUpdates()
+{
+    if (m_appState->isCheckingForUpdates())
+        return;
+    m_appState->setIsCheckingForUpdates(true);
+    m_appState->setUpdateMessage(QString());
+    m_appState->setUpdateURL(QUrl());
+    m_updateCheckClock.start();
+    m_updateProvider->checkForUpdates();
+}
+
+void AppCoordinator::finishUpdateCheck(const UpdateCheckResult &result)
+{
+    m_appState->setUpdateMessage(result.message);
+    m_appState->setUpdateURL(result.downloadURL);
+    // A configured check keeps "Checking…" for its minimum time; one that could not start clears it at once.
+    const qint64 remaining = result.outcome == UpdateCheckResult::Outcome::notConfigured
+                                 ? 0
+                                 : updateCheckingFlagMs - m_updateCheckClock.elapsed();
+    if (remaining <= 0) {
+        m_appState->setIsCheckingForUpdates(false);
+        return;
+    }
+    QTimer::singleShot(int(remaining), this, [this] { m_appState->setIsCheckingForUpdates(false); });
+}
+
+void AppCoordinator::refreshDevices()
+{
+    m_cameraEngine->refreshDevices();
+    m_microphoneMonitor->refreshDevices();
+}
+
+void AppCoordinator::resetSettings()
+{
+    m_appState->resetToDefaults();
+}
 
 bool AppCoordinator::isCaptureEnabled() const
 {

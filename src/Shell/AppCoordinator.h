@@ -4,10 +4,12 @@
 #include "Clipboard/ClipboardMonitor.h"
 #include "Desktop/DesktopCoverManager.h"
 
+#include <QElapsedTimer>
 #include <QDeadlineTimer>
 #include <QHash>
 #include <QPointer>
 #include <QString>
+#include <QUrl>
 
 #include <memory>
 
@@ -22,6 +24,13 @@ class FrontmostApplication;
 class HotkeyManager;
 class HotkeyRegistrar;
 class KeystrokePoster;
+class LoginItem;
+class OnboardingWindowController;
+class PermissionProbe;
+class Permissions;
+class SettingsWindowController;
+class UpdateProvider;
+struct UpdateCheckResult;
 class Pasteboard;
 class PasteService;
 class Preferences;
@@ -37,7 +46,12 @@ public:
     {
         QString preferencesPath;
         QString historyPath;
+        // Where windows keep their positions.
+        QString windowStatePath;
+        // Empty: this build's feed.
+        QUrl updateFeedURL = builtInFeedURL();
         static Locations standard();
+        static QUrl builtInFeedURL();
     };
 
     // The desktop behind the platform seam; tests hand in fakes.
@@ -48,6 +62,9 @@ public:
         std::unique_ptr<FrontmostApplication> frontmostApplication;
         // Null: the registrar of the running platform.
         std::unique_ptr<HotkeyRegistrar> hotkeyRegistrar;
+        // Null: the probe and login item of the running system.
+        std::unique_ptr<PermissionProbe> permissionProbe;
+        std::unique_ptr<LoginItem> loginItem;
         // Null: no notification service, messages go to the tray icon.
         std::unique_ptr<DesktopNotifier> notifier;
         // Null: the cameras Qt Multimedia lists.
@@ -64,6 +81,8 @@ public:
     static constexpr int clearRecentHistorySeconds = 1800;
     // How long the window manager gets to give the focus back after the hub closes for a paste.
     static constexpr int focusSettleMs = 150;
+    // How long "Checking…" stays on the update button at least, so a quick answer does not flicker.
+    static constexpr int updateCheckingFlagMs = 3000;
     // The same message is not shown again as a notification within this time.
     static constexpr int repeatedNotificationMs = 60000;
 
@@ -82,6 +101,9 @@ public:
     HotkeyManager *hotkeyManager() const { return m_hotkeyManager.get(); }
     DesktopCoverManager *desktopCoverManager() const { return m_desktopCoverManager.get(); }
     StatusItemController *statusItemController() const { return m_statusItemController.get(); }
+    SettingsWindowController *settingsWindowController() const { return m_settingsWindowController.get(); }
+    OnboardingWindowController *onboardingController() const { return m_onboardingController.get(); }
+    Permissions *permissions() const { return m_permissions.get(); }
     MirrorCameraEngine *cameraEngine() const { return m_cameraEngine.get(); }
     MicrophoneLevelMonitor *microphoneMonitor() const { return m_microphoneMonitor.get(); }
     MirrorWindowController *mirrorWindowController() const { return m_mirrorWindowController.get(); }
@@ -99,10 +121,15 @@ public:
     void openSettingsAtTab(SettingsTab tab) override;
     void refreshPermissions() override;
     void checkForUpdates() override;
+    void refreshDevices() override;
+    void resetSettings() override;
+    void openPermissionSettings(const QString &permissionID) override;
     void quit() override;
 
 private:
     void runShortcut(const QString &actionID);
+    void showOnboardingIfNeeded();
+    void finishUpdateCheck(const UpdateCheckResult &result);
     void createMirror();
     // Hands the desktop preferences to the cover manager; a hidden desktop gets new covers.
     void applyDesktopSettings();
@@ -132,6 +159,12 @@ private:
     std::unique_ptr<HotkeyManager> m_hotkeyManager;
     std::unique_ptr<ClipboardStore> m_clipboardStore;
     std::unique_ptr<ClipboardMonitor> m_clipboardMonitor;
+    std::unique_ptr<Permissions> m_permissions;
+    std::unique_ptr<UpdateProvider> m_updateProvider;
+    QString m_windowStatePath;
+    std::unique_ptr<OnboardingWindowController> m_onboardingController;
+    std::unique_ptr<SettingsWindowController> m_settingsWindowController;
+    QElapsedTimer m_updateCheckClock;
     bool m_shutDown = false;
     bool m_storeFellBackToMemory = false;
     QHash<QString, QDeadlineTimer> m_recentNotifications;

@@ -50,5 +50,8 @@ public:
     void openSettingsAtTab(SettingsTab) override { calls << QStringLiteral("openSettingsAtTab"); }
     void refreshPermissions() override { calls << QStringLiteral("refreshPermissions"); }
     void checkForUpdates() override { calls << QStringLiteral("checkForUpdates"); }
+    void refreshDevices() override { calls << QStringLiteral("refreshDevices"); }
+    void resetSettings() override { calls << QStringLiteral("resetSettings"); }
+    void openPermissionSettings(const QString &) override { calls << QStringLiteral("openPermissionSettings"); }
     void quit() override { calls << QStringLiteral("quit"); }
 };

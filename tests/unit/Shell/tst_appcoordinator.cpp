@@ -19,6 +19,7 @@
 #include <QFileInfo>
 #include <QGuiApplication>
 #include <QRegularExpression>
+#include <QTcpServer>
 #include <QTest>
 
 // Commands as the hub, the tray and the shortcuts call them, against fakes of the desktop.
@@ -33,11 +34,12 @@ private:
     FakeDesktopNotifier *m_notifier = nullptr;
     std::shared_ptr<FakeCameraBackend::Shared> m_camera;
     std::unique_ptr<AppCoordinator> m_coordinator;
+    QUrl m_updateFeed;
 
     AppCoordinator::Locations locations() const
     {
         return {m_env->configHome() + QStringLiteral("/Halcy/settings.json"),
-                m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite")};
+                m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"), QString(), m_updateFeed};
     }
 
     // Without a registrar the coordinator picks the running platform's own.
@@ -80,6 +82,30 @@ private:
     }
 
 private slots:
+    void updateChecksOneAtATime()
+    {
+        // Without a feed the answer comes at once and takes the flag with it.
+        m_coordinator->checkForUpdates();
+        QTRY_COMPARE(state()->updateMessage(), QStringLiteral("Update feed is not configured."));
+        QVERIFY(!state()->isCheckingForUpdates());
+
+        // A server that never answers: the flag stays, and a second check opens no second request.
+        QTcpServer silent;
+        QVERIFY(silent.listen(QHostAddress::LocalHost));
+        int requests = 0;
+        connect(&silent, &QTcpServer::newConnection, this, [&] { requests += silent.nextPendingConnection() ? 1 : 0; });
+        m_updateFeed = QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort()));
+        makeCoordinator();
+        m_coordinator->checkForUpdates();
+        QTRY_COMPARE(requests, 1);
+        m_coordinator->checkForUpdates();
+        QTest::qWait(300);
+        QCOMPARE(requests, 1);
+        QVERIFY(state()->isCheckingForUpdates());
+        QVERIFY(state()->updateMessage().isEmpty());
+        m_updateFeed.clear();
+    }
+
     // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
     void mirrorToggleOpensAndClosesTheCamera()
     {

@@ -1,0 +1,121 @@
+#include "App/AppState.h"
+#include "App/Preferences.h"
+#include "DesktopTools.h"
+#include "HalcyProcess.h"
+#include "RecordingCommander.h"
+#include "TestEnvironment.h"
+#include "UI/SettingsWindowController.h"
+#include "X11TestMain.h"
+
+#include <QFile>
+#include <QQuickItem>
+#include <QQuickView>
+#include <QRasterWindow>
+#include <QScreen>
+#include <QSettings>
+
+// The settings window and onboarding under a real window manager: focus, position, first launch.
+class TestSettingsDesktop final : public QObject
+{
+    Q_OBJECT
+
+private:
+    TestEnvironment m_env;
+    Preferences m_preferences{m_env.configHome() + QStringLiteral("/Halcy/settings.json")};
+    AppState m_state{&m_preferences};
+    RecordingCommander m_commander;
+
+    static int shownTab(QQuickView *view)
+    {
+        QObject *tabs = view->rootObject()->findChild<QObject *>(QStringLiteral("settingsTabs"));
+        return tabs ? tabs->property("currentIndex").toInt() : -1;
+    }
+
+private slots:
+    void initTestCase() { HALCY_REQUIRE_X11_SESSION(); }
+
+    void oneWindowRaisedWithTheFocusOnTheTabAsked()
+    {
+        SettingsWindowController settings(&m_state, &m_commander, nullptr, nullptr, nullptr,
+                                          m_env.root() + QStringLiteral("/windows.ini"));
+        settings.show();
+        QQuickView *window = settings.window();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 5000);
+        QCOMPARE(window->title(), QStringLiteral("Halcy Settings"));
+        QCOMPARE(window->size(), SettingsWindowController::contentSize);
+
+        // Another application in front; then the tray asks for the About tab.
+        QRasterWindow other;
+        other.setTitle(QStringLiteral("another application"));
+        other.setGeometry(window->geometry().adjusted(-20, -20, 20, 20));
+        other.show();
+        QVERIFY(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
+                         QStringLiteral("another application"), QStringLiteral("windowactivate"),
+                         QStringLiteral("--sync")}));
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isActive(), 5000);
+        m_state.setSelectedSettingsTab(SettingsTab::about);
+        settings.show();
+        QCOMPARE(settings.window(), window);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 5000);
+        QCOMPARE(shownTab(window), int(SettingsTab::about));
+    }
+
+    void positionKeptOrRecentred_data()
+    {
+        QTest::addColumn<QPoint>("saved");
+        QTest::addColumn<bool>("kept");
+        QTest::addRow("on the screen: kept") << QPoint(240, 180) << true;
+        QTest::addRow("on a monitor that is gone: centred") << QPoint(-4000, 2600) << false;
+    }
+    void positionKeptOrRecentred()
+    {
+        QFETCH(QPoint, saved);
+        QFETCH(bool, kept);
+        const QString statePath = m_env.root() + QStringLiteral("/position.ini");
+        QSettings(statePath, QSettings::IniFormat)
+            .setValue(QStringLiteral("HalcySettingsWindow/position"), saved);
+        SettingsWindowController settings(&m_state, &m_commander, nullptr, nullptr, nullptr, statePath);
+        settings.show();
+        QQuickView *window = settings.window();
+        QTRY_VERIFY_WITH_TIMEOUT(window->isExposed(), 5000);
+        const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
+        const QPoint expected = kept ? saved : screen.center() - QPoint(270, 240);
+        // The window manager may nudge a window by its frame.
+        QTRY_VERIFY2_WITH_TIMEOUT((window->position() - expected).manhattanLength() < 60,
+                                  qPrintable(QStringLiteral("at %1,%2").arg(window->x()).arg(window->y())),
+                                  5000);
+        window->close();
+        QCOMPARE(QSettings(statePath, QSettings::IniFormat)
+                     .value(QStringLiteral("HalcySettingsWindow/position"))
+                     .toPoint(),
+                 window->position());
+    }
+
+    void onboardingOnlyOnTheFirstLaunch()
+    {
+        HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
+        const QString preferences = halcy.configHome() + QStringLiteral("/Halcy/settings.json");
+        QFile::remove(preferences);
+        QVERIFY(halcy.start());
+        QVERIFY(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
+                         QStringLiteral("Welcome to Halcy"), QStringLiteral("windowactivate"),
+                         QStringLiteral("--sync")}));
+        // Closed on its first page, by the window manager's close key.
+        QVERIFY(pressKeys(QStringLiteral("alt+F4")));
+        QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")), 5000);
+        QFile file(preferences);
+        QVERIFY(file.open(QIODevice::ReadOnly));
+        QVERIFY(file.readAll().contains("\"Halcy.hasCompletedOnboarding\": true"));
+        file.close();
+
+        halcy.process().terminate();
+        QVERIFY(halcy.waitForExit());
+        QVERIFY(halcy.start());
+        QTest::qWait(1500);
+        QVERIFY(!xdotool(
+            {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("Welcome to Halcy")}));
+    }
+};
+
+HALCY_X11_TEST_MAIN(TestSettingsDesktop)
+#include "tst_settingsdesktop.moc"
