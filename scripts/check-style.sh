@@ -24,12 +24,16 @@ expected = [
     (r'no matching signal found for handler "onTriggered"', None),
     (r'Property "\w+" not found on type "Qt"', None),
     (r'No type found for property "(acceptedButtons|alignment|focusPolicy)"', None),
+    (r'SettingsView\.qml:\d+:\d+: Unqualified access', r'StandardKey\.'),
     (r"'sourceSize' is used but it is not resolved|unknown grouped property scope sourceSize", None),
     (r'Binding assigned to "(width|height)", but no property', r'sourceSize\.'),
 ]
 # Not Debian's doing: Qt 6.4 cannot instantiate a Loader's component once the file binds its components
 # to their context, so the search field reads the bar's hub without that pragma.
 expected.append((r'SearchBar\.qml:\d+:\d+: Unqualified access', r'searchBar\.hub'))
+# Not Debian's either: the settings view reaches the camera and the microphone as plain objects, since a
+# build may have neither.
+expected.append((r'Property "selectedDeviceID" not found on type "QObject"', r'page\.settings\.'))
 lines = sys.argv[1].splitlines()
 unexpected = []
 for i, line in enumerate(lines):

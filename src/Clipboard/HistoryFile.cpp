@@ -40,7 +40,9 @@ bool passesQuickCheck(QSqlDatabase &database, const QString &path, QString *erro
     QStringList problems{check.lastError().isValid() ? check.lastError().text() : check.value(0).toString()};
     while (problems.size() < 3 && check.next())
         problems << check.value(0).toString();
-    return fail(error, QStringLiteral("The history file %1 is damaged: %2").arg(path, problems.join(u' ').simplified()));
+    return fail(
+        error,
+        QStringLiteral("The history file %1 is damaged: %2").arg(path, problems.join(u' ').simplified()));
 }
 
 bool validateExisting(const QString &path, HistorySchema::SchemaState *state, QString *error)

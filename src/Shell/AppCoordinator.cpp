@@ -22,9 +22,9 @@
 #include "Platform/Pasteboard.h"
 #include "Platform/PermissionProbe.h"
 #include "Shell/StatusItemController.h"
+#include "UI/HubPopover.h"
 #include "UI/OnboardingWindowController.h"
 #include "UI/SettingsWindowController.h"
-#include "UI/HubPopover.h"
 
 #include <QCoreApplication>
 #include <QDateTime>
@@ -462,8 +462,8 @@ void AppCoordinator::openSettings()
         m_statusItemController->closePopover();
     if (!m_settingsWindowController) {
         m_settingsWindowController = std::make_unique<SettingsWindowController>(
-            m_appState.get(), this, m_platform.loginItem.get(), m_cameraEngine.get(), m_microphoneMonitor.get(),
-            m_windowStatePath);
+            m_appState.get(), this, m_platform.loginItem.get(), m_cameraEngine.get(),
+            m_microphoneMonitor.get(), m_windowStatePath);
     }
     m_settingsWindowController->show();
 }

@@ -4,8 +4,8 @@
 #include "Clipboard/ClipboardMonitor.h"
 #include "Desktop/DesktopCoverManager.h"
 
-#include <QElapsedTimer>
 #include <QDeadlineTimer>
+#include <QElapsedTimer>
 #include <QHash>
 #include <QPointer>
 #include <QString>

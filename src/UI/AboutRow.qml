@@ -34,7 +34,7 @@ ColumnLayout {
             Accessible.name: text
         }
         Button {
-            visible: row.appState.updateURL.toString().length > 0
+            visible: String(row.appState.updateURL).length > 0
             text: "Download"
             onClicked: row.settings.openUpdatePage()
         }

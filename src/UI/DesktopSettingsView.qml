@@ -58,7 +58,6 @@ SettingsPage {
     ColorDialog {
         id: colorDialog
         title: "Solid color"
-        options: ColorDialog.ShowAlphaChannel
         selectedColor: page.appState.desktopSolidColor
         onAccepted: page.appState.desktopSolidColor = selectedColor
     }

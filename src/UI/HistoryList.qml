@@ -18,7 +18,7 @@ ListView {
         if (row < 0)
             return;
         positionViewAtIndex(row, ListView.Contain);
-        const target = itemAtIndex(row);
+        const target = itemAtIndex(row) as ClipboardRow;
         if (target)
             rowMenu.openFor(row, target.isPinned, target);
     }

@@ -1,3 +1,4 @@
+pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -140,9 +141,10 @@ Pane {
             Repeater {
                 model: 4
                 Rectangle {
+                    id: dot
                     required property int index
                     width: 7; height: 7; radius: 3.5
-                    color: index === root.currentTab ? Theme.text : Theme.border
+                    color: dot.index === root.currentTab ? Theme.text : Theme.border
                 }
             }
             Item { Layout.fillWidth: true }

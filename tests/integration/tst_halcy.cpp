@@ -233,7 +233,9 @@ private slots:
         // With the desktop hidden: the covers must not hold the process up.
         QCOMPARE(halcy.runClient({QStringLiteral("toggle-desktop")}), 0);
         QTRY_VERIFY_WITH_TIMEOUT(
-            runTool("xdotool", {"search", "--onlyvisible", "--name", "Desktop icons hidden"}).value_or(ToolResult()).exitCode == 0,
+            runTool("xdotool", {"search", "--onlyvisible", "--name", "Desktop icons hidden"})
+                    .value_or(ToolResult())
+                    .exitCode == 0,
             10000);
         ::kill(pid_t(halcy.pid()), SIGTERM);
         QVERIFY(halcy.waitForExit());

@@ -104,8 +104,8 @@ private slots:
         ours.resize(200, 100);
         ours.show();
         QVERIFY(QTest::qWaitForWindowExposed(&ours));
-        QVERIFY(xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                         QString::number(ours.winId())}));
+        QVERIFY(xdotool(
+            {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(ours.winId())}));
         QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), 3000);
         QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
     }

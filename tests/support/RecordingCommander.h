@@ -52,6 +52,9 @@ public:
     void checkForUpdates() override { calls << QStringLiteral("checkForUpdates"); }
     void refreshDevices() override { calls << QStringLiteral("refreshDevices"); }
     void resetSettings() override { calls << QStringLiteral("resetSettings"); }
-    void openPermissionSettings(const QString &) override { calls << QStringLiteral("openPermissionSettings"); }
+    void openPermissionSettings(const QString &) override
+    {
+        calls << QStringLiteral("openPermissionSettings");
+    }
     void quit() override { calls << QStringLiteral("quit"); }
 };

@@ -11,8 +11,8 @@
 #include <QSet>
 #include <QWindow>
 
-#include <algorithm>
 #include <QStandardPaths>
+#include <algorithm>
 
 #include <xcb/xcb.h>
 

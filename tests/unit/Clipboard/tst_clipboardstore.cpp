@@ -374,8 +374,8 @@ private slots:
         const bool locked = kind.contains(QLatin1String("Locked"), Qt::CaseInsensitive);
         if (locked && ::geteuid() == 0)
             QSKIP("permissions do not bind root");
-        if (QStringList{"newer", "damaged", "damagedPages", "lockedHistory", "historyInLockedFolder"}.contains(
-                kind)) {
+        if (QStringList{"newer", "damaged", "damagedPages", "lockedHistory", "historyInLockedFolder"}
+                .contains(kind)) {
             const auto store = openStore(path);
             QVERIFY(store && store->insert(textCapture(QStringLiteral("kept"))));
             for (int i = 0; kind == QLatin1String("damagedPages") && i < 40; ++i)

@@ -1,7 +1,7 @@
 #include "App/AppState.h"
 #include "Clipboard/ClipboardStore.h"
-#include "FakeCameraBackend.h"
 #include "Desktop/DesktopCoverWindow.h"
+#include "FakeCameraBackend.h"
 #include "FakeDesktopNotifier.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeHotkeyRegistrar.h"
@@ -93,7 +93,8 @@ private slots:
         QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost));
         int requests = 0;
-        connect(&silent, &QTcpServer::newConnection, this, [&] { requests += silent.nextPendingConnection() ? 1 : 0; });
+        connect(&silent, &QTcpServer::newConnection, this,
+                [&] { requests += silent.nextPendingConnection() ? 1 : 0; });
         m_updateFeed = QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort()));
         makeCoordinator();
         m_coordinator->checkForUpdates();

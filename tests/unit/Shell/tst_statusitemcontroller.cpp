@@ -1,5 +1,5 @@
-#include "Shell/StatusItemController.h"
 #include "RecordingCommander.h"
+#include "Shell/StatusItemController.h"
 #include "StateFixture.h"
 
 #include <QAction>
@@ -36,7 +36,7 @@ private slots:
 
         StateFixture fixture;
         RecordingCommander commander;
-        StatusItemController controller(&fixture.state, &commander, QString());
+        StatusItemController controller(&fixture.state, &commander, nullptr);
         Q_EMIT controller.menu()->aboutToShow();
         QStringList titles;
         for (QAction *action : controller.menu()->actions()) {
@@ -45,8 +45,8 @@ private slots:
                 action->trigger();
         }
         // Global shortcuts after the tab, written the way the desktop writes them.
-        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D", "-",
-                                      "Pause recording", "-", "Settings...", "Quit Halcy"}));
+        QCOMPARE(titles, QStringList({"Open Halcy", "-", "Mirror\tCtrl+Super+M", "Hide Desktop\tCtrl+Super+D",
+                                      "-", "Pause recording", "-", "Settings...", "Quit Halcy"}));
         const bool pausing = call == QLatin1String("paused");
         QCOMPARE(fixture.state.clipboardPaused(), pausing);
         if (pausing)

@@ -228,14 +228,15 @@ private slots:
         QTest::addColumn<Qt::KeyboardModifiers>("modifiers");
         QTest::addColumn<QString>("call"); // empty: the row menu opens instead
 
-        QTest::addRow("Delete") << QString() << int(Qt::Key_Delete) << Qt::KeyboardModifiers() << "deleteEntry";
+        QTest::addRow("Delete") << QString() << int(Qt::Key_Delete) << Qt::KeyboardModifiers()
+                                << "deleteEntry";
         QTest::addRow("Ctrl+Delete while searching")
             << "sec" << int(Qt::Key_Delete) << Qt::KeyboardModifiers(Qt::ControlModifier) << "deleteEntry";
-        QTest::addRow("Ctrl+P pins") << QString() << int(Qt::Key_P) << Qt::KeyboardModifiers(Qt::ControlModifier)
-                                     << "togglePin";
+        QTest::addRow("Ctrl+P pins") << QString() << int(Qt::Key_P)
+                                     << Qt::KeyboardModifiers(Qt::ControlModifier) << "togglePin";
         QTest::addRow("Menu key") << QString() << int(Qt::Key_Menu) << Qt::KeyboardModifiers() << QString();
-        QTest::addRow("Shift+F10") << QString() << int(Qt::Key_F10) << Qt::KeyboardModifiers(Qt::ShiftModifier)
-                                   << QString();
+        QTest::addRow("Shift+F10") << QString() << int(Qt::Key_F10)
+                                   << Qt::KeyboardModifiers(Qt::ShiftModifier) << QString();
     }
 
     void keysActOnTheSelectedRow()
@@ -262,7 +263,8 @@ private slots:
     {
         QTest::addColumn<QString>("menu");
         QTest::addColumn<QString>("choice"); // empty: closed with Escape
-        QTest::addRow("row menu, item chosen") << "row" << "Pin";
+        QTest::addRow("row menu, item chosen") << "row"
+                                               << "Pin";
         QTest::addRow("row menu, Escape") << "row" << QString();
         QTest::addRow("Clear menu, Escape") << "clear" << QString();
     }
@@ -276,7 +278,8 @@ private slots:
             click(rowAt(1), Qt::NoModifier, Qt::RightButton);
         else
             click(item("clearMenuButton"));
-        const QString firstItem = menu == QLatin1String("row") ? QStringLiteral("Pin") : QStringLiteral("Clear last 30 minutes");
+        const QString firstItem =
+            menu == QLatin1String("row") ? QStringLiteral("Pin") : QStringLiteral("Clear last 30 minutes");
         QTRY_VERIFY(menuItem(firstItem));
         if (menu == QLatin1String("clear")) {
             // Inside the window, not cut off at its edge.
