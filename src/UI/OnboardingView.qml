@@ -1,4 +1,3 @@
-pragma ComponentBehavior: Bound
 import QtQuick
 import QtQuick.Controls
 import QtQuick.Layouts
@@ -139,12 +138,12 @@ Pane {
             }
             Item { Layout.fillWidth: true }
             Repeater {
-                model: 4
+                // One dot per page, the current one drawn dark.
+                model: [root.currentTab === 0, root.currentTab === 1, root.currentTab === 2, root.currentTab === 3]
                 Rectangle {
-                    id: dot
-                    required property int index
+                    required property bool modelData
                     width: 7; height: 7; radius: 3.5
-                    color: dot.index === root.currentTab ? Theme.text : Theme.border
+                    color: modelData ? Theme.text : Theme.border
                 }
             }
             Item { Layout.fillWidth: true }
