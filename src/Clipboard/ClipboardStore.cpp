@@ -496,18 +496,8 @@ void ClipboardStore::truncateLog()
 bool ClipboardStore::clear(bool includingPinned, QString *error)
 {
     assertMainThread();
-    const char *what = "Could not clear the clipboard history";
-    Transaction transaction(m_database);
-    QList<QUuid> removed;
-    if (!transaction.begin(what, error) ||
-        !deleteWhere(includingPinned ? QStringLiteral("1") : QStringLiteral("isPinned = 0"), {}, what,
-                     &removed, error) ||
-        !transaction.commit(what, error))
-        return false;
-    truncateLog();
-    if (!removed.isEmpty())
-        emit entriesRemoved(removed);
-    return true;
+    return removeWhere(includingPinned ? QStringLiteral("1") : QStringLiteral("isPinned = 0"), {},
+                       "Could not clear the clipboard history", error);
 }
 
 bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingPinned, QString *error)
@@ -519,10 +509,15 @@ bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingP
     QString condition = QStringLiteral("timestamp >= ?");
     if (!includingPinned)
         condition += QStringLiteral(" AND isPinned = 0");
+    return removeWhere(condition, {cutoff.toMSecsSinceEpoch()}, what, error);
+}
+
+bool ClipboardStore::removeWhere(const QString &condition, const QVariantList &values, const char *what,
+                                 QString *error)
+{
     Transaction transaction(m_database);
     QList<QUuid> removed;
-    if (!transaction.begin(what, error) ||
-        !deleteWhere(condition, {cutoff.toMSecsSinceEpoch()}, what, &removed, error) ||
+    if (!transaction.begin(what, error) || !deleteWhere(condition, values, what, &removed, error) ||
         !transaction.commit(what, error))
         return false;
     truncateLog();

@@ -100,6 +100,8 @@ private:
     // Deletes and returns the ids; the caller announces them once its transaction commits.
     bool deleteWhere(const QString &condition, const QVariantList &values, const char *what,
                      QList<QUuid> *removed, QString *error);
+    // Deletes in one transaction, empties the log, then announces the removed ids.
+    bool removeWhere(const QString &condition, const QVariantList &values, const char *what, QString *error);
     // Empties the write-ahead log so deleted text is not left readable there.
     void truncateLog();
 
