@@ -74,6 +74,7 @@ private slots:
         if (qEnvironmentVariableIsEmpty("QT_QUICK_BACKEND"))
             QQuickWindow::setGraphicsApi(QSGRendererInterface::Software);
         m_env = std::make_unique<TestEnvironment>();
+        TestEnvironment::markOnboardingCompleted(m_env->configHome());
     }
 
     void cleanup()
@@ -142,7 +143,8 @@ private slots:
                          other.readyLine().section(QLatin1Char(' '), 1, 1), QStringLiteral("200"),
                          QStringLiteral("300")}));
         QVERIFY(clickAt(icon.center(), 1));
-        QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 3000);
+        QTRY_VERIFY2_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), qPrintable(whoHasTheKeyboard()),
+                                  3000);
         spinEventLoop(doubleClickMs + 100);
         QVERIFY(hub()->isShown());
         QVERIFY(clickAt(QPoint(300, 320), 1));
@@ -220,6 +222,22 @@ private slots:
 
 private:
     QString historyPath() const { return m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"); }
+
+    // For a failure message: the hub's state and the window the X server gives the keyboard to.
+    QString whoHasTheKeyboard()
+    {
+        const QString focused =
+            QString::fromLocal8Bit(runTool(QStringLiteral("xdotool"), {QStringLiteral("getwindowfocus"),
+                                                                       QStringLiteral("getwindowname")})
+                                       .value_or(ToolResult())
+                                       .output)
+                .trimmed();
+        return QStringLiteral("hub shown %1, active %2; the keyboard is with \"%3\"")
+            .arg(hub()->isShown())
+            .arg(view()->isActive())
+            .arg(focused);
+    }
+
     void startApp(const QList<ClipboardCapture> &history = {})
     {
         QVERIFY(QDir().mkpath(QFileInfo(historyPath()).path()));

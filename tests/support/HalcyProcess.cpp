@@ -1,5 +1,7 @@
 #include "HalcyProcess.h"
 
+#include "TestEnvironment.h"
+
 #include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
@@ -12,11 +14,7 @@ HalcyProcess::HalcyProcess(const QString &binary)
         QDir(m_dir.path()).mkpath(QString::fromLatin1(sub));
     QFile::setPermissions(m_dir.path() + QStringLiteral("/runtime"),
                           QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
-    // A returning user: the welcome window would stand in front of whatever a test drives.
-    QDir(configHome()).mkpath(QStringLiteral("Halcy"));
-    QFile preferences(configHome() + QStringLiteral("/Halcy/settings.json"));
-    if (preferences.open(QIODevice::WriteOnly))
-        preferences.write("{\"Halcy.hasCompletedOnboarding\": true}\n");
+    TestEnvironment::markOnboardingCompleted(configHome());
     m_environment.insert(QStringLiteral("XDG_CONFIG_HOME"), configHome());
     m_environment.insert(QStringLiteral("XDG_DATA_HOME"), dataHome());
     m_environment.insert(QStringLiteral("XDG_RUNTIME_DIR"), m_dir.path() + QStringLiteral("/runtime"));

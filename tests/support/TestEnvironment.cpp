@@ -1,6 +1,7 @@
 #include "TestEnvironment.h"
 
 #include <QDir>
+#include <QFile>
 #include <QStandardPaths>
 
 TestEnvironment::TestEnvironment() : m_dir(std::make_unique<QTemporaryDir>())
@@ -21,4 +22,12 @@ QString TestEnvironment::configHome() const
 QString TestEnvironment::dataHome() const
 {
     return m_dir->path() + QStringLiteral("/data");
+}
+
+void TestEnvironment::markOnboardingCompleted(const QString &configHome)
+{
+    QDir(configHome).mkpath(QStringLiteral("Halcy"));
+    QFile preferences(configHome + QStringLiteral("/Halcy/settings.json"));
+    if (preferences.open(QIODevice::WriteOnly))
+        preferences.write("{\"Halcy.hasCompletedOnboarding\": true}\n");
 }

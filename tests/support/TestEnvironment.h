@@ -16,6 +16,10 @@ public:
     QString configHome() const;
     QString dataHome() const;
 
+    // A returning user: the welcome window would stand in front of whatever a test drives, and on a
+    // slow machine it can take the keyboard from a window opened after it.
+    static void markOnboardingCompleted(const QString &configHome);
+
 private:
     std::unique_ptr<QTemporaryDir> m_dir;
 };
