@@ -24,22 +24,6 @@ constexpr qint64 retiredWindowLifetimeMs = 15000;
 // 16 MB reply, which glibc then keeps in this thread's arena long after it was freed.
 constexpr uint32_t propertyPieceBytes = 1024 * 1024;
 
-// Targets that belong to the selection protocol itself rather than to the content.
-bool isProtocolTarget(const QString &name)
-{
-    return name == QLatin1String("TARGETS") || name == QLatin1String("TIMESTAMP") ||
-           name == QLatin1String("MULTIPLE") || name == QLatin1String("SAVE_TARGETS") ||
-           name == QLatin1String("DELETE");
-}
-
-// Targets that carry plain text; the history knows them all as text/plain.
-bool isTextTarget(const QString &name)
-{
-    return name == QLatin1String("UTF8_STRING") || name == QLatin1String("STRING") ||
-           name == QLatin1String("TEXT") || name == QLatin1String("COMPOUND_TEXT") ||
-           name == QLatin1String("text/plain;charset=utf-8");
-}
-
 } // namespace
 
 X11ClipboardSession::X11ClipboardSession(xcb_connection_t *connection, int screenNumber, int wakeFd,
@@ -215,26 +199,24 @@ X11ClipboardSession::Transfer X11ClipboardSession::convert(xcb_atom_t target, qs
         xcb_flush(m_connection);
         return {PasteboardData::of(PasteboardData::Outcome::tooLarge, head->bytes_after), head->type};
     }
-    QByteArray data;
-    data.reserve(qsizetype(head->bytes_after));
+    X11SelectionData data(limit);
+    data.bytes().reserve(qsizetype(head->bytes_after));
     xcb_atom_t type = head->type;
-    qint64 seen = 0;
-    switch (appendProperty(property, limit, data, type, seen)) {
+    switch (appendProperty(property, data, type)) {
     case Append::complete:
-        return {PasteboardData::received(std::move(data)), type};
+        return {PasteboardData::received(std::move(data.bytes())), type};
     case Append::tooLarge:
         xcb_delete_property(m_connection, m_window, property);
         xcb_flush(m_connection);
-        return {PasteboardData::of(PasteboardData::Outcome::tooLarge, seen), type};
+        return {PasteboardData::of(PasteboardData::Outcome::tooLarge, data.seen()), type};
     case Append::failed:
         break;
     }
     return {PasteboardData::of(PasteboardData::Outcome::failed)};
 }
 
-X11ClipboardSession::Append X11ClipboardSession::appendProperty(xcb_atom_t property, qsizetype limit,
-                                                                QByteArray &data, xcb_atom_t &type,
-                                                                qint64 &seen)
+X11ClipboardSession::Append X11ClipboardSession::appendProperty(xcb_atom_t property, X11SelectionData &data,
+                                                                xcb_atom_t &type)
 {
     // Offsets count 32-bit units; every piece but the last is a whole number of them.
     for (uint32_t offset = 0;;) {
@@ -247,15 +229,18 @@ X11ClipboardSession::Append X11ClipboardSession::appendProperty(xcb_atom_t prope
             return Append::failed;
         const int length = xcb_get_property_value_length(piece.get());
         m_bytesRead += length;
-        seen = data.size() + length + qint64(piece->bytes_after);
-        if (seen > limit)
-            return Append::tooLarge;
         if (type == XCB_NONE)
             type = piece->type;
-        data.append(static_cast<const char *>(xcb_get_property_value(piece.get())), length);
         // The server deletes the property along with the read that leaves nothing after it.
-        if (piece->bytes_after == 0)
+        switch (data.append(static_cast<const char *>(xcb_get_property_value(piece.get())), length,
+                            piece->bytes_after)) {
+        case X11SelectionData::Append::tooLarge:
+            return Append::tooLarge;
+        case X11SelectionData::Append::complete:
             return Append::complete;
+        case X11SelectionData::Append::more:
+            break;
+        }
         offset += uint32_t(length) / 4;
     }
 }
@@ -267,17 +252,19 @@ X11ClipboardSession::Transfer X11ClipboardSession::readIncrementally(xcb_atom_t 
 {
     const PropertyPtr header(xcb_get_property_reply(
         m_connection, xcb_get_property(m_connection, 0, m_window, property, m_incr, 0, 1), nullptr));
-    quint32 announced = 0;
-    if (header && xcb_get_property_value_length(header.get()) >= int(sizeof announced))
-        std::memcpy(&announced, xcb_get_property_value(header.get()), sizeof announced);
+    const quint32 announced =
+        header
+            ? X11SelectionData::announcedSize(static_cast<const char *>(xcb_get_property_value(header.get())),
+                                              xcb_get_property_value_length(header.get()))
+            : 0;
     if (qint64(announced) > limit) {
         // Never asked for a chunk: the owner waits for a deletion that does not come, then gives up.
         retireWindow();
         return {PasteboardData::of(PasteboardData::Outcome::tooLarge, announced), target};
     }
 
-    QByteArray data;
-    data.reserve(qsizetype(announced));
+    X11SelectionData data(limit);
+    data.bytes().reserve(qsizetype(announced));
     xcb_atom_t type = XCB_NONE;
     xcb_delete_property(m_connection, m_window, property);
     xcb_flush(m_connection);
@@ -297,19 +284,18 @@ X11ClipboardSession::Transfer X11ClipboardSession::readIncrementally(xcb_atom_t 
             return {giveUp(wait, target)};
 
         // An empty chunk ends the transfer; it is deleted by the read like any other.
-        const qsizetype before = data.size();
-        qint64 seen = 0;
-        const Append append = appendProperty(property, limit, data, type, seen);
+        const qsizetype before = data.bytes().size();
+        const Append append = appendProperty(property, data, type);
         xcb_flush(m_connection);
         if (append == Append::failed)
             return {PasteboardData::of(PasteboardData::Outcome::failed)};
         if (append == Append::tooLarge) {
             retireWindow();
-            return {PasteboardData::of(PasteboardData::Outcome::tooLarge, seen), type};
+            return {PasteboardData::of(PasteboardData::Outcome::tooLarge, data.seen()), type};
         }
-        if (data.size() == before) {
-            data.squeeze();
-            return {PasteboardData::received(std::move(data)), type};
+        if (data.bytes().size() == before) {
+            data.bytes().squeeze();
+            return {PasteboardData::received(std::move(data.bytes())), type};
         }
     }
 }
@@ -365,20 +351,10 @@ PasteboardContent X11ClipboardSession::read(const PasteboardRequest &request)
         }
         return unread;
     }
-    QList<xcb_atom_t> atoms(targets.data.bytes.size() / qsizetype(sizeof(xcb_atom_t)));
-    std::memcpy(atoms.data(), targets.data.bytes.constData(), size_t(atoms.size()) * sizeof(xcb_atom_t));
-    const QStringList names = atomNames(atoms);
-
-    QStringList types;
-    for (qsizetype i = 0; i < atoms.size(); ++i) {
-        const QString &name = names.at(i);
-        if (name.isEmpty() || isProtocolTarget(name))
-            continue;
-        m_offered.insert(name, atoms.at(i));
-        const QString type = isTextTarget(name) ? QStringLiteral("text/plain") : name;
-        if (!types.contains(type))
-            types.append(type);
-    }
+    const QList<quint32> atoms = X11SelectionData::targetAtoms(targets.data.bytes);
+    X11SelectionData::Offer offer = X11SelectionData::offer(atoms, atomNames(atoms));
+    m_offered = std::move(offer.atoms);
+    const QStringList &types = offer.types;
 
     PasteboardContent content =
         PasteboardContent::read(request.changeCount, types, request.isExcluded,
@@ -397,7 +373,8 @@ void X11ClipboardSession::readEveryType(PasteboardContent &content)
     }
     qsizetype budget = PasteboardLimits::maxImageBytes;
     for (auto offered = m_offered.cbegin(); offered != m_offered.cend() && budget > 0; ++offered) {
-        if (content.text && (isTextTarget(offered.key()) || offered.key() == QLatin1String("text/plain")))
+        if (content.text &&
+            (X11SelectionData::isTextTarget(offered.key()) || offered.key() == QLatin1String("text/plain")))
             continue;
         const Transfer transfer = convert(offered.value(), budget);
         if (transfer.data.outcome == PasteboardData::Outcome::cancelled)

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platform/Pasteboard.h"
+#include "Platform/X11/X11SelectionData.h"
 
 #include <QElapsedTimer>
 #include <QHash>
@@ -59,9 +60,8 @@ private:
         failed
     };
     // Appends the property's value to `data` piece by piece and deletes it with the last piece. Stops
-    // early, leaving it in place, once `data` would pass `limit`; `seen` then says how far the owner got.
-    Append appendProperty(xcb_atom_t property, qsizetype limit, QByteArray &data, xcb_atom_t &type,
-                          qint64 &seen);
+    // early, leaving it in place, once `data` would pass its limit.
+    Append appendProperty(xcb_atom_t property, X11SelectionData &data, xcb_atom_t &type);
     PasteboardData fetch(const QString &type, qsizetype limit);
     void readEveryType(PasteboardContent &content);
     Wait waitFor(const std::function<bool(const xcb_generic_event_t *)> &match, EventPtr *event);
@@ -82,7 +82,7 @@ private:
     QList<QPair<xcb_window_t, QElapsedTimer>> m_retiredWindows;
     QHash<xcb_atom_t, QString> m_atomNames;
     // Name to atom for the targets of the content being read.
-    QHash<QString, xcb_atom_t> m_offered;
+    QHash<QString, quint32> m_offered;
     bool m_reportedBrokenConnection = false;
     qint64 m_bytesRead = 0;
 

@@ -143,7 +143,8 @@ private slots:
         image.type = ClipboardContentType::image;
         image.textContent.reset();
         image.imageBookmark = QStringLiteral("pasteboard-image-7");
-        image.imageData = QByteArray("\x89PNG\r\n\x1a\n\0\0binary", 18);
+        static const char pngWithNulBytes[] = "\x89PNG\r\n\x1a\n\0\0binary";
+        image.imageData = QByteArray(pngWithNulBytes, sizeof pngWithNulBytes - 1);
         QTest::addRow("image") << image;
 
         ClipboardCapture colour = textCapture(QStringLiteral("#a1b2c3"), when);
