@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs the Debian packages Halcy needs. "build" (default): compiler, Qt 6 and X11 development files.
-# "test": that plus the headless desktop session and the peers the integration tests talk to.
+# "test": that plus the headless desktop session, the peers the integration tests talk to, and clang with
+# libFuzzer for the fuzz targets.
 set -euo pipefail
 
 what="${1:-build}"
@@ -20,6 +21,7 @@ test_packages=(
     pulseaudio pulseaudio-utils gstreamer1.0-plugins-base gstreamer1.0-plugins-good
     sqlite3 procps xterm lxterminal
     libgstreamer1.0-dev
+    clang libclang-rt-14-dev
 )
 
 packages=("${build_packages[@]}")
