@@ -3,6 +3,8 @@
 #include <QRect>
 
 #include <algorithm>
+#include <cmath>
+#include <limits>
 
 namespace {
 
@@ -82,12 +84,19 @@ QVariant textToStored(const QVariant &value)
     return value.typeId() == QMetaType::QString ? value : QVariant();
 }
 
+// A coordinate a window can have: a hand-edited 1e308 must not overflow the conversion to int.
+bool isCoordinate(const QVariant &value)
+{
+    constexpr double limit = std::numeric_limits<int>::max() / 2;
+    return isNumber(value) && std::abs(value.toDouble()) <= limit;
+}
+
 QVariant rectFromStored(const QVariant &stored)
 {
     if (stored.typeId() != QMetaType::QVariantList)
         return {};
     const QVariantList numbers = stored.toList();
-    if (numbers.size() != 4 || !std::all_of(numbers.cbegin(), numbers.cend(), isNumber))
+    if (numbers.size() != 4 || !std::all_of(numbers.cbegin(), numbers.cend(), isCoordinate))
         return {};
     const QRect rect(qRound(numbers[0].toDouble()), qRound(numbers[1].toDouble()),
                      qRound(numbers[2].toDouble()), qRound(numbers[3].toDouble()));
