@@ -1,6 +1,7 @@
 #!/usr/bin/env bash
 # Installs what the tests need, builds everything and runs the whole suite inside a private headless
-# desktop session (see desktop-session.sh).
+# desktop session (see desktop-session.sh); then the unit tests built with the address and
+# undefined-behaviour sanitizers, and each fuzz target for a few seconds over its corpus.
 set -euo pipefail
 cd "$(dirname "$0")/.."
 
@@ -19,3 +20,25 @@ scripts/desktop-session.sh bash -c '
     build/dev/bench/hub_screenshots build/dev/test-artifacts || echo "hub pictures were not taken" >&2
     build/dev/bench/bench_settings build/dev/test-artifacts || echo "settings pictures were not taken" >&2
     exit $status'
+
+# The unit tests again, built with the address and undefined-behaviour sanitizers. Leaks inside the
+# system's libraries are listed, each with its reason, in the suppressions file. The integration tests
+# are not run this way yet: under the sanitizers some of them fail or report leaks not yet sorted out.
+cmake --preset asan >/dev/null
+cmake --build --preset asan
+LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0" \
+    UBSAN_OPTIONS=print_stacktrace=1 \
+    ctest --test-dir build/asan -L unit --output-on-failure --timeout 900
+
+# New inputs found here go to a scratch folder; the checked-in corpus changes only by hand.
+cmake --preset fuzz >/dev/null
+cmake --build --preset fuzz
+scratch="$(mktemp -d)"
+trap 'rm -rf "$scratch"' EXIT
+for corpus in tests/fuzz/corpus/*/; do
+    target="$(basename "$corpus")"
+    mkdir -p "$scratch/$target"
+    build/fuzz/tests/fuzz/fuzz_"$target" -max_total_time=5 -artifact_prefix="$scratch/" "$scratch/$target" "$corpus" \
+        2>"$scratch/$target.log" || { cat "$scratch/$target.log" >&2; exit 1; }
+    tail -n 1 "$scratch/$target.log"
+done
