@@ -358,9 +358,10 @@ bool AppCoordinator::writeEntry(const ClipboardHistoryEntry &entry, PasteMode mo
 {
     assertGuiThread();
     m_appState->setSelectedClipboardEntryID(entry.id);
-    const std::optional<QByteArray> imageBytes =
-        m_clipboardStore ? m_clipboardStore->imageData(entry.id) : std::nullopt;
-    return m_pasteService->write(entry, mode, imageBytes);
+    if (!m_clipboardStore)
+        return m_pasteService->write(entry, mode, std::nullopt);
+    return m_pasteService->write(m_clipboardStore->withFullText(entry), mode,
+                                 m_clipboardStore->imageData(entry.id));
 }
 
 void AppCoordinator::copyEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
@@ -542,7 +543,8 @@ void AppCoordinator::clipboardEmptied()
     if (entries.isEmpty())
         return;
     const ClipboardHistoryEntry &newest = entries.constFirst();
-    if (m_pasteService->write(newest, PasteMode::formatted, m_clipboardStore->imageData(newest.id)))
+    if (m_pasteService->write(m_clipboardStore->withFullText(newest), PasteMode::formatted,
+                              m_clipboardStore->imageData(newest.id)))
         qCDebug(lcClipboard) << "the clipboard's owner left; put back the newest entry";
 }
 

@@ -430,6 +430,49 @@ private slots:
         QCOMPARE(snapshot(historyPath), before);
     }
 
+    // Written one after another off the calling thread, announced in the order asked, and all on disk
+    // once the store is closed.
+    void enqueuedInsertsKeepTheirOrderAndSurviveClosing()
+    {
+        const QString path = freshPath();
+        auto store = openStore(path);
+        QVERIFY(store && store->insert(textCapture(QStringLiteral("pinned later"))));
+        const QUuid known = store->entries().value(0).id;
+        QStringList heard;
+        connect(
+            store.get(), &ClipboardStore::entryInserted, this,
+            [&heard](const ClipboardHistoryEntry &entry) { heard << QStringLiteral("new ") + entry.title; });
+        connect(store.get(), &ClipboardStore::entryChanged, this,
+                [&heard](const ClipboardHistoryEntry &entry) {
+                    heard << QStringLiteral("changed ") + entry.title;
+                });
+
+        store->enqueueInsert(textCapture(QStringLiteral("first")));
+        store->enqueueInsert(textCapture(QStringLiteral("second")));
+        QVERIFY(store->togglePin(known));
+        QCOMPARE(heard, (QStringList{"new first", "new second", "changed pinned later"}));
+        store->enqueueInsert(textCapture(QStringLiteral("while closing")));
+        store.reset();
+        QCOMPARE(titlesOf(*openStore(path)),
+                 (QStringList{"while closing", "second", "first", "pinned later"}));
+    }
+
+    // A long text does not stay in memory with its entry; pasting reads it back whole.
+    void longTextsAreReadBackWhenNeeded()
+    {
+        auto store = openStore(freshPath());
+        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
+        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
+        QVERIFY(store->insert(textCapture(text)));
+        QCOMPARE(inserted.size(), 1);
+        for (const ClipboardHistoryEntry &entry :
+             {inserted.at(0).at(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
+            QVERIFY(entry.textLeftInStore);
+            QCOMPARE(entry.textContent, std::nullopt);
+            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
+        }
+    }
+
     void inMemoryStoresAreIndependent()
     {
         QString error;

@@ -70,6 +70,7 @@ private:
     {
         m_pasteboard->copyText(text);
         m_coordinator->clipboardMonitor()->poll();
+        m_coordinator->clipboardStore()->finishWrites();
     }
 
     ClipboardHistoryEntry entryTitled(const QString &title) const
@@ -275,6 +276,7 @@ private slots:
         const QByteArray png = encodedImage();
         m_pasteboard->copy({{QStringLiteral("image/png"), png}});
         m_coordinator->clipboardMonitor()->poll();
+        m_coordinator->clipboardStore()->finishWrites();
         const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
         QCOMPARE(entry.type, ClipboardContentType::image);
 
