@@ -52,8 +52,8 @@ ClipboardMonitor::ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store
       m_pollIntervalMs(pasteboard && pasteboard->reportsEveryChange() ? fallbackPollMs : frequentPollMs),
       m_lastChangeCount(pasteboard ? pasteboard->changeCount() : 0)
 {
-    // Never woken early, or for a neighbour's timer: the poll is a safety net, not a deadline.
-    m_timer->setTimerType(Qt::VeryCoarseTimer);
+    // A safety net, not a deadline: it may share a wake-up with another timer.
+    m_timer->setTimerType(Qt::CoarseTimer);
     connect(m_timer, &QTimer::timeout, this, &ClipboardMonitor::poll);
     if (store) {
         connect(store, &ClipboardStore::insertFailed, this, [this](const QString &error) {
