@@ -121,6 +121,21 @@ private slots:
         QCOMPARE(halcy.process().state(), QProcess::Running);
     }
 
+    void toggleMirrorOpensAndClosesTheBubble()
+    {
+        QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
+        const auto bubbleShown = [] {
+            return runTool("xdotool", {"search", "--onlyvisible", "--name", "Halcy Mirror"})
+                       .value_or(ToolResult())
+                       .exitCode == 0;
+        };
+        QVERIFY(!bubbleShown());
+        QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(bubbleShown(), 10000);
+        QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}), 0);
+        QTRY_VERIFY_WITH_TIMEOUT(!bubbleShown(), 10000);
+    }
+
     void copiesLandInTheHistoryFileAndSurviveARestart()
     {
         const QString text = QStringLiteral("Standup moved to 9:30");
