@@ -7,6 +7,7 @@
 #include <QObject>
 #include <QTimer>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 class MicrophoneCapture;
 class QThread;
@@ -17,6 +18,8 @@ class QThread;
 class MicrophoneLevelMonitor final : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the coordinator")
     Q_PROPERTY(QString state READ stateName NOTIFY stateChanged)
     Q_PROPERTY(QString stateLabel READ stateLabel NOTIFY stateChanged)
     Q_PROPERTY(QString stateIcon READ stateIcon NOTIFY stateChanged)

@@ -8,6 +8,7 @@
 #include <QObject>
 #include <QString>
 #include <QVariantList>
+#include <QtQml/qqmlregistration.h>
 
 #include <memory>
 
@@ -20,6 +21,8 @@ class QThread;
 class MirrorCameraEngine final : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Owned by the coordinator")
     Q_PROPERTY(QString state READ stateName NOTIFY stateChanged)
     Q_PROPERTY(QString stateTitle READ stateTitle NOTIFY stateChanged)
     Q_PROPERTY(QString stateDetail READ stateDetail NOTIFY stateChanged)

@@ -37,6 +37,7 @@ ListView {
     section.labelPositioning: ViewSection.InlineLabels | ViewSection.CurrentLabelAtStart
     section.delegate: Rectangle {
         required property string section
+        objectName: "sectionHeader"
         width: ListView.view.width
         height: header.implicitHeight
         color: Theme.background
@@ -45,9 +46,9 @@ ListView {
         Text {
             id: header
             text: parent.section
-        color: Theme.tertiaryText
-        font.pixelSize: 11
-        font.weight: Font.DemiBold
+            color: Theme.tertiaryText
+            font.pixelSize: 11
+            font.weight: Font.DemiBold
             topPadding: 6
             bottomPadding: 3
             leftPadding: 6

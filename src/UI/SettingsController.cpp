@@ -8,7 +8,8 @@
 #include <QDesktopServices>
 
 SettingsController::SettingsController(AppState *appState, AppCommanding *commander, LoginItem *loginItem,
-                                       QObject *camera, QObject *microphone, QObject *parent)
+                                       MirrorCameraEngine *camera, MicrophoneLevelMonitor *microphone,
+                                       QObject *parent)
     : QObject(parent), m_appState(appState), m_commander(commander), m_loginItem(loginItem), m_camera(camera),
       m_microphone(microphone)
 {

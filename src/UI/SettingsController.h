@@ -1,5 +1,8 @@
 #pragma once
 
+#include "Mirror/MicrophoneLevelMonitor.h"
+#include "Mirror/MirrorCameraEngine.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QString>
@@ -17,21 +20,22 @@ class SettingsController final : public QObject
     QML_ELEMENT
     QML_UNCREATABLE("Made by the settings window")
     Q_PROPERTY(AppState *appState READ appState CONSTANT)
-    // Objects with `devices` (id and name maps), `selectedDeviceID` and refreshDevices(); null when absent.
-    Q_PROPERTY(QObject *camera READ camera CONSTANT)
-    Q_PROPERTY(QObject *microphone READ microphone CONSTANT)
+    // Null when the device could not be set up.
+    Q_PROPERTY(MirrorCameraEngine *camera READ camera CONSTANT)
+    Q_PROPERTY(MicrophoneLevelMonitor *microphone READ microphone CONSTANT)
     Q_PROPERTY(bool startAtLogin READ startAtLogin WRITE setStartAtLogin NOTIFY startAtLoginChanged)
     // Why the last change of startAtLogin did not stick; empty when it did.
     Q_PROPERTY(QString loginItemError READ loginItemError NOTIFY startAtLoginChanged)
     Q_PROPERTY(QString versionLine READ versionLine CONSTANT)
 
 public:
-    SettingsController(AppState *appState, AppCommanding *commander, LoginItem *loginItem, QObject *camera,
-                       QObject *microphone, QObject *parent = nullptr);
+    SettingsController(AppState *appState, AppCommanding *commander, LoginItem *loginItem,
+                       MirrorCameraEngine *camera, MicrophoneLevelMonitor *microphone,
+                       QObject *parent = nullptr);
 
     AppState *appState() const { return m_appState; }
-    QObject *camera() const { return m_camera; }
-    QObject *microphone() const { return m_microphone; }
+    MirrorCameraEngine *camera() const { return m_camera; }
+    MicrophoneLevelMonitor *microphone() const { return m_microphone; }
     bool startAtLogin() const;
     void setStartAtLogin(bool enabled);
     QString loginItemError() const { return m_loginItemError; }
@@ -55,7 +59,7 @@ private:
     QPointer<AppState> m_appState;
     QPointer<AppCommanding> m_commander;
     LoginItem *m_loginItem;
-    QPointer<QObject> m_camera;
-    QPointer<QObject> m_microphone;
+    QPointer<MirrorCameraEngine> m_camera;
+    QPointer<MicrophoneLevelMonitor> m_microphone;
     QString m_loginItemError;
 };

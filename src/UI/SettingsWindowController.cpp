@@ -19,7 +19,8 @@ const QString positionKey = QStringLiteral("HalcySettingsWindow/position");
 } // namespace
 
 SettingsWindowController::SettingsWindowController(AppState *appState, AppCommanding *commander,
-                                                   LoginItem *loginItem, QObject *camera, QObject *microphone,
+                                                   LoginItem *loginItem, MirrorCameraEngine *camera,
+                                                   MicrophoneLevelMonitor *microphone,
                                                    const QString &statePath, QObject *parent)
     : QObject(parent),
       m_controller(new SettingsController(appState, commander, loginItem, camera, microphone, this)),

@@ -11,6 +11,8 @@
 class AppCommanding;
 class AppState;
 class LoginItem;
+class MicrophoneLevelMonitor;
+class MirrorCameraEngine;
 class QQuickView;
 class SettingsController;
 
@@ -24,8 +26,8 @@ public:
 
     // `statePath` is the file that keeps the window's position; `camera` and `microphone` may be null.
     SettingsWindowController(AppState *appState, AppCommanding *commander, LoginItem *loginItem,
-                             QObject *camera, QObject *microphone, const QString &statePath,
-                             QObject *parent = nullptr);
+                             MirrorCameraEngine *camera, MicrophoneLevelMonitor *microphone,
+                             const QString &statePath, QObject *parent = nullptr);
     ~SettingsWindowController() override;
 
     // Puts the window in front with the keyboard focus, on the tab AppState selects.

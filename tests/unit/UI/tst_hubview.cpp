@@ -9,6 +9,8 @@
 #include <QQuickView>
 #include <QTest>
 
+#include <algorithm>
+
 // HubView.qml driven like a person would: keys into the search field, clicks on rows and cards.
 class tst_HubView : public QObject
 {
@@ -43,6 +45,25 @@ private:
                 return child;
         }
         return nullptr;
+    }
+
+    // Section headers from top to bottom, each title once (the current one is also pinned at the top).
+    QStringList sectionHeaders() const
+    {
+        QList<QQuickItem *> headers;
+        const auto children =
+            item("historyList")->property("contentItem").value<QQuickItem *>()->childItems();
+        for (QQuickItem *child : children) {
+            if (child->objectName() == QLatin1String("sectionHeader") && child->isVisible())
+                headers << child;
+        }
+        std::sort(headers.begin(), headers.end(),
+                  [](QQuickItem *a, QQuickItem *b) { return a->y() < b->y(); });
+        QStringList titles;
+        for (QQuickItem *header : std::as_const(headers))
+            titles << header->property("section").toString();
+        titles.removeDuplicates();
+        return titles;
     }
 
     void type(const QString &text)
@@ -123,6 +144,20 @@ private slots:
         m_state->applyEntries({});
         QTRY_VERIFY(isShowing("emptyHistoryState"));
         QCOMPARE(item("entryCount")->property("text").toString(), QStringLiteral("0"));
+    }
+
+    void everySectionHasItsHeader()
+    {
+        m_entries[1].isPinned = true;
+        m_entries[2].timestamp = QDateTime::currentDateTime().addDays(-20);
+        m_state->applyEntries(m_entries);
+        const ClipboardListModel *model = m_popover->controller()->model();
+        QStringList sections;
+        for (int row = 0; row < model->rowCount(); ++row)
+            sections << model->data(model->index(row), ClipboardListModel::SectionRole).toString();
+        sections.removeDuplicates();
+        QCOMPARE(sections.size(), 3);
+        QTRY_COMPARE(sectionHeaders(), sections);
     }
 
     void clipboardOffShowsOnlyThatState()
