@@ -1,4 +1,5 @@
 #include "App/AppState.h"
+#include "Clipboard/ClipboardListModel.h"
 #include "Clipboard/ClipboardStore.h"
 #include "DesktopTools.h"
 #include "EntryFactory.h"
@@ -6,7 +7,6 @@
 #include "Shell/AppCoordinator.h"
 #include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
-#include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
 #include "X11TestMain.h"
