@@ -5,6 +5,7 @@
 #include "App/PreferenceRow.h"
 #include "App/Preferences.h"
 #include "App/UpdateProvider.h"
+#include "Clipboard/ClipboardListModel.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
 #include "Core/GuiThread.h"
@@ -102,13 +103,14 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
             [this] { m_appState->setPermissionSummaries(m_permissions->summaries()); });
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
-        // The store announces every change; the state applies each as it comes.
-        connect(m_clipboardStore.get(), &ClipboardStore::entryInserted, m_appState.get(),
-                &AppState::insertEntry);
-        connect(m_clipboardStore.get(), &ClipboardStore::entryChanged, m_appState.get(),
-                &AppState::insertEntry);
-        connect(m_clipboardStore.get(), &ClipboardStore::entriesRemoved, m_appState.get(),
-                &AppState::removeEntries);
+        // The store announces every change; the history list applies each as it comes.
+        ClipboardListModel *list = m_appState->clipboardList();
+        connect(m_clipboardStore.get(), &ClipboardStore::entryInserted, list,
+                &ClipboardListModel::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entryChanged, list,
+                &ClipboardListModel::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entriesRemoved, list,
+                &ClipboardListModel::removeEntries);
         // Seeded with the current change count: what is on the clipboard at launch is not new.
         m_clipboardMonitor = std::make_unique<ClipboardMonitor>(
             m_platform.pasteboard.get(), m_clipboardStore.get(), m_platform.frontmostApplication.get(),
@@ -409,7 +411,6 @@ void AppCoordinator::togglePin(const QUuid &entryID)
         qCWarning(lcStore) << "Pin failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Pin could not be updated."));
     }
-    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::deleteEntry(const QUuid &entryID)
@@ -422,7 +423,6 @@ void AppCoordinator::deleteEntry(const QUuid &entryID)
         qCWarning(lcStore) << "Delete failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Item could not be deleted."));
     }
-    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::clearHistory()
@@ -434,7 +434,6 @@ void AppCoordinator::clearHistory()
     const bool cleared = m_clipboardStore->clear(false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear failed:" << error;
-    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("History cleared. Pinned items kept.")
                                                   : QStringLiteral("History could not be cleared."));
 }
@@ -452,7 +451,6 @@ void AppCoordinator::clearRecentHistory()
     const bool cleared = m_clipboardStore->deleteEntriesSince(cutoff, false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear recent failed:" << error;
-    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("Recent history cleared.")
                                                   : QStringLiteral("Recent history could not be cleared."));
 }
