@@ -9,8 +9,10 @@
 #include <QCoreApplication>
 #include <QDateTime>
 #include <QDeadlineTimer>
+#include <QDir>
 #include <QEventLoop>
 #include <QFile>
+#include <QMap>
 #include <QTimer>
 #include <QUuid>
 
@@ -47,15 +49,60 @@ inline bool waitUntil(const std::function<bool()> &done, int timeoutMs = 5000)
     return true;
 }
 
+// What the kernel tells of a process ("self" for this one): resident memory, its peak since the last
+// resetPeak(), and how often its threads were switched off the CPU, which counts its wake-ups.
+class ProcessProbe final
+{
+public:
+    explicit ProcessProbe(qint64 pid = 0)
+        : m_dir(pid > 0 ? QStringLiteral("/proc/%1").arg(pid) : QStringLiteral("/proc/self"))
+    {
+    }
+
+    double residentMB() const { return statusValue(m_dir + QStringLiteral("/status"), "VmRSS:") / 1024.0; }
+    double peakMB() const { return statusValue(m_dir + QStringLiteral("/status"), "VmHWM:") / 1024.0; }
+    void resetPeak() const
+    {
+        QFile clearRefs(m_dir + QStringLiteral("/clear_refs"));
+        if (clearRefs.open(QIODevice::WriteOnly))
+            clearRefs.write("5");
+    }
+    // Voluntary and involuntary context switches per thread name, summed over threads of one name.
+    QMap<QString, qint64> contextSwitches() const
+    {
+        QMap<QString, qint64> switches;
+        const QString tasks = m_dir + QStringLiteral("/task");
+        for (const QString &task : QDir(tasks).entryList(QDir::Dirs | QDir::NoDotAndDotDot)) {
+            const QString path = tasks + QLatin1Char('/') + task + QLatin1Char('/');
+            QFile comm(path + QStringLiteral("comm"));
+            const QString name =
+                comm.open(QIODevice::ReadOnly) ? QString::fromUtf8(comm.readAll().trimmed()) : task;
+            switches[name] += statusValue(path + QStringLiteral("status"), "voluntary_ctxt_switches:") +
+                              statusValue(path + QStringLiteral("status"), "nonvoluntary_ctxt_switches:");
+        }
+        return switches;
+    }
+
+private:
+    static qint64 statusValue(const QString &path, const QByteArray &key)
+    {
+        QFile status(path);
+        if (!status.open(QIODevice::ReadOnly))
+            return -1;
+        for (const QByteArray &line : status.readAll().split('\n')) {
+            if (line.startsWith(key))
+                return line.mid(key.size()).trimmed().split(' ').value(0).toLongLong();
+        }
+        return -1;
+    }
+
+    QString m_dir;
+};
+
 // Resident memory of this process.
 inline double residentMB()
 {
-    QFile statm(QStringLiteral("/proc/self/statm"));
-    if (!statm.open(QIODevice::ReadOnly))
-        return -1;
-    const QList<QByteArray> fields = statm.readAll().split(' ');
-    return fields.size() > 1 ? double(fields.at(1).toLongLong() * sysconf(_SC_PAGESIZE)) / (1024.0 * 1024.0)
-                             : -1;
+    return ProcessProbe().residentMB();
 }
 
 inline void spin(int ms)

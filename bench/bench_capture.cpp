@@ -1,9 +1,11 @@
 // Clipboard capture on the real X clipboard: how long a copy made in another process takes to reach
-// the history, how many of a fast burst of copies are kept, and what the idle monitor costs.
-// Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_capture
+// the history, how many of a fast burst of copies are kept, what the idle monitor costs, and how often
+// the whole application wakes up at rest (hub closed, 200 items), per thread.
+// Needs an X session: scripts/desktop-session.sh build/<dir>/bench/bench_capture [--idle SECONDS]
 #include "BenchSupport.h"
 #include "Clipboard/ClipboardMonitor.h"
 #include "Clipboard/ClipboardStore.h"
+#include "HalcyProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11Pasteboard.h"
 
@@ -136,5 +138,39 @@ int main(int argc, char **argv)
 
     if (!delegate.messages.isEmpty())
         std::printf("status messages: %s\n", qPrintable(delegate.messages.join(QStringLiteral("; "))));
+
+    // (d) The application at rest: 200 items in its history, hub closed, nothing copied.
+    int restSeconds = 60;
+    if (const qsizetype i = app.arguments().indexOf(QStringLiteral("--idle")); i > 0)
+        restSeconds = app.arguments().value(i + 1).toInt();
+    HalcyProcess halcy(QStringLiteral(HALCY_BINARY));
+    {
+        auto history = openBenchStore(halcy.dataHome() + QStringLiteral("/Halcy/history.sqlite"));
+        if (!history)
+            return 1;
+        for (int i = 0; i < ClipboardStore::defaultHistoryLimit; ++i)
+            history->insert(
+                *ClipboardCapture::fromString(QStringLiteral("resting item %1").arg(i), QString()));
+    }
+    if (!halcy.start()) {
+        std::fprintf(stderr, "halcy did not start: %s\n", qPrintable(halcy.log()));
+        return 1;
+    }
+    spinEventLoop(5000);
+    const ProcessProbe probe(halcy.pid());
+    const QMap<QString, qint64> before = probe.contextSwitches();
+    spinEventLoop(restSeconds * 1000);
+    const QMap<QString, qint64> after = probe.contextSwitches();
+    qint64 total = 0;
+    QStringList perThread;
+    for (auto it = after.cbegin(); it != after.cend(); ++it) {
+        const qint64 wakeups = it.value() - before.value(it.key());
+        total += wakeups;
+        if (wakeups > 0)
+            perThread.append(QStringLiteral("%1 %2").arg(it.key()).arg(wakeups));
+    }
+    std::printf("application at rest over %d s (200 items, hub closed): %.2f wake-ups/s (%lld in all: %s)\n",
+                restSeconds, double(total) / restSeconds, total,
+                qPrintable(perThread.join(QStringLiteral(", "))));
     return 0;
 }

@@ -9,11 +9,11 @@
 #include "App/AppState.h"
 #include "BenchSupport.h"
 #include "Clipboard/ClipboardCapture.h"
+#include "Clipboard/ClipboardListModel.h"
 #include "Clipboard/ClipboardSearch.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Shell/AppCoordinator.h"
 #include "Shell/StatusItemController.h"
-#include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
 

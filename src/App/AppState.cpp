@@ -1,12 +1,10 @@
 #include "App/AppState.h"
 
 #include "App/Preferences.h"
-#include "Clipboard/ClipboardSearch.h"
+#include "Clipboard/ClipboardListModel.h"
 #include "Core/GuiThread.h"
 
 #include <QMetaProperty>
-
-#include <algorithm>
 
 const std::vector<PreferenceRow> &AppState::preferenceRows()
 {
@@ -42,8 +40,12 @@ std::size_t rowIndex(const char *field)
 
 } // namespace
 
-AppState::AppState(Preferences *preferences, QObject *parent) : QObject(parent), m_preferences(preferences)
+AppState::AppState(Preferences *preferences, QObject *parent)
+    : QObject(parent), m_preferences(preferences), m_clipboardList(new ClipboardListModel(this))
 {
+    connect(m_clipboardList, &ClipboardListModel::searchQueryChanged, this, &AppState::searchQueryChanged);
+    connect(m_clipboardList, &ClipboardListModel::selectedEntryIDChanged, this,
+            &AppState::selectedClipboardEntryIDChanged);
     for (const PreferenceRow &row : preferenceRows()) {
         Q_ASSERT_X(metaObject()->indexOfProperty(row.field) >= 0, "AppState", row.field);
         m_preferenceValues.push_back(preferences->read(row));
@@ -91,24 +93,29 @@ void AppState::setDesktopHidden(bool value)
     emit desktopHiddenChanged();
 }
 
+QString AppState::searchQuery() const
+{
+    return m_clipboardList->searchQuery();
+}
+
 void AppState::setSearchQuery(const QString &value)
 {
-    assertGuiThread();
-    const bool changed = m_searchQuery != value;
-    m_searchQuery = value;
-    // Ranked before the change is announced, so that listeners (the hub selects the best match) see
-    // the results of the new query rather than those of the old one.
-    refreshVisibleEntries();
-    if (changed)
-        emit searchQueryChanged();
+    m_clipboardList->setSearchQuery(value);
+}
+
+QUuid AppState::selectedClipboardEntryID() const
+{
+    return m_clipboardList->selectedEntryID();
 }
 
 void AppState::setSelectedClipboardEntryID(const QUuid &value)
 {
-    if (m_selectedClipboardEntryID == value)
-        return;
-    m_selectedClipboardEntryID = value;
-    emit selectedClipboardEntryIDChanged();
+    m_clipboardList->setSelectedEntryID(value);
+}
+
+const ClipboardHistoryEntries &AppState::clipboardEntries() const
+{
+    return m_clipboardList->entries();
 }
 
 void AppState::setClipboardStatusMessage(const QString &value)
@@ -142,63 +149,9 @@ void AppState::setSelectedSettingsTab(SettingsTab value)
     emit selectedSettingsTabChanged();
 }
 
-void AppState::refreshVisibleEntries()
-{
-    m_visibleClipboardEntries = ClipboardSearch::rank(m_clipboardEntries, m_searchQuery);
-    emit visibleClipboardEntriesChanged();
-}
-
 void AppState::applyEntries(const ClipboardHistoryEntries &entries, const QUuid &preferredSelection)
 {
-    assertGuiThread();
-    m_clipboardEntries = entries;
-    emit clipboardEntriesChanged();
-    refreshVisibleEntries();
-    if (!preferredSelection.isNull())
-        setSelectedClipboardEntryID(preferredSelection);
-    else
-        selectFirstVisible();
-}
-
-void AppState::selectFirstVisible()
-{
-    setSelectedClipboardEntryID(m_visibleClipboardEntries.isEmpty() ? QUuid()
-                                                                    : m_visibleClipboardEntries.first().id);
-}
-
-void AppState::insertEntry(const ClipboardHistoryEntry &entry)
-{
-    assertGuiThread();
-    m_clipboardEntries.removeIf([&entry](const ClipboardHistoryEntry &e) { return e.id == entry.id; });
-    // The latest write wins a tie, as in the store.
-    const auto at =
-        std::find_if(m_clipboardEntries.begin(), m_clipboardEntries.end(),
-                     [&entry](const ClipboardHistoryEntry &e) { return e.timestamp <= entry.timestamp; });
-    m_clipboardEntries.insert(at, entry);
-    emit clipboardEntriesChanged();
-    refreshVisibleEntries();
-}
-
-void AppState::removeEntries(const QList<QUuid> &ids)
-{
-    assertGuiThread();
-    if (m_clipboardEntries.removeIf([&ids](const ClipboardHistoryEntry &e) { return ids.contains(e.id); }) ==
-        0)
-        return;
-    emit clipboardEntriesChanged();
-    refreshVisibleEntries();
-    repairSelection();
-}
-
-void AppState::repairSelection()
-{
-    if (m_selectedClipboardEntryID.isNull())
-        return;
-    for (const ClipboardHistoryEntry &entry : std::as_const(m_visibleClipboardEntries)) {
-        if (entry.id == m_selectedClipboardEntryID)
-            return;
-    }
-    selectFirstVisible();
+    m_clipboardList->setEntries(entries, preferredSelection);
 }
 
 QString AppState::pastedMessage()

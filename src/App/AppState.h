@@ -20,6 +20,7 @@
 
 #include <vector>
 
+class ClipboardListModel;
 class Preferences;
 
 // A persisted field of AppState: its property, getter, setter and change signal. The field's row in
@@ -60,6 +61,7 @@ class AppState final : public QObject
     // Session state.
     Q_PROPERTY(bool mirrorOpen READ mirrorOpen WRITE setMirrorOpen NOTIFY mirrorOpenChanged)
     Q_PROPERTY(bool desktopHidden READ desktopHidden WRITE setDesktopHidden NOTIFY desktopHiddenChanged)
+    // The history list's query and selection; the list decides what both do to its rows.
     Q_PROPERTY(QString searchQuery READ searchQuery WRITE setSearchQuery NOTIFY searchQueryChanged)
     Q_PROPERTY(QUuid selectedClipboardEntryID READ selectedClipboardEntryID WRITE setSelectedClipboardEntryID
                    NOTIFY selectedClipboardEntryIDChanged)
@@ -83,13 +85,15 @@ public:
 
     bool mirrorOpen() const { return m_mirrorOpen; }
     bool desktopHidden() const { return m_desktopHidden; }
-    QString searchQuery() const { return m_searchQuery; }
+    // The clipboard history: every entry, the rows the search leaves, and the selection.
+    ClipboardListModel *clipboardList() const { return m_clipboardList; }
+    QString searchQuery() const;
     // Null when nothing is selected.
-    QUuid selectedClipboardEntryID() const { return m_selectedClipboardEntryID; }
-    const ClipboardHistoryEntries &clipboardEntries() const { return m_clipboardEntries; }
+    QUuid selectedClipboardEntryID() const;
+    // Newest first.
+    const ClipboardHistoryEntries &clipboardEntries() const;
     // Null when there is no message.
     QString clipboardStatusMessage() const { return m_clipboardStatusMessage; }
-    const ClipboardHistoryEntries &visibleClipboardEntries() const { return m_visibleClipboardEntries; }
     QString updateMessage() const { return m_updateMessage; }
     bool isCheckingForUpdates() const { return m_isCheckingForUpdates; }
     QUrl updateURL() const { return m_updateURL; }
@@ -117,17 +121,9 @@ public:
     void setPermissionSummaries(const PermissionSummaries &value);
     void setSelectedSettingsTab(SettingsTab value);
 
-    // Publishes a reloaded history: the preferred entry is selected, else the first visible one.
+    // Publishes a whole history: the preferred entry is selected, else the first row shown.
     void applyEntries(const ClipboardHistoryEntries &entries, const QUuid &preferredSelection = QUuid());
     void applyPasteResult(PasteResult result);
-    void refreshVisibleEntries();
-    // The store's announcements, applied to the in-memory list: an inserted or changed entry takes its
-    // place by time (newest first); removed ones leave, and a removed selection moves to the first
-    // visible entry. The selection otherwise stays where it was.
-    void insertEntry(const ClipboardHistoryEntry &entry);
-    // The first visible entry, or none; what the hub selects when it opens or after a command.
-    void selectFirstVisible();
-    void removeEntries(const QList<QUuid> &ids);
     DesktopCoverConfiguration desktopCoverConfiguration() const;
     // Every persisted preference back to its default, each written; changed ones are announced.
     void resetToDefaults();
@@ -141,9 +137,7 @@ signals:
     void desktopHiddenChanged();
     void searchQueryChanged();
     void selectedClipboardEntryIDChanged();
-    void clipboardEntriesChanged();
     void clipboardStatusMessageChanged();
-    void visibleClipboardEntriesChanged();
     void updateMessageChanged();
     void isCheckingForUpdatesChanged();
     void updateURLChanged();
@@ -154,7 +148,6 @@ private:
     QVariant preference(const char *field) const;
     // Written on every set, announced only on change.
     void setPreference(const char *field, const QVariant &value);
-    void repairSelection();
 
     Preferences *m_preferences;
     // Parallel to preferenceRows().
@@ -162,11 +155,8 @@ private:
 
     bool m_mirrorOpen = false;
     bool m_desktopHidden = false;
-    QString m_searchQuery;
-    QUuid m_selectedClipboardEntryID;
-    ClipboardHistoryEntries m_clipboardEntries;
+    ClipboardListModel *m_clipboardList;
     QString m_clipboardStatusMessage;
-    ClipboardHistoryEntries m_visibleClipboardEntries;
     QString m_updateMessage;
     bool m_isCheckingForUpdates = false;
     QUrl m_updateURL;

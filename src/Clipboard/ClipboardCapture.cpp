@@ -73,17 +73,53 @@ bool containsSpaceOrControl(QStringView text)
 // is refused before parsing. Tolerant parsing then accepts what browsers and terminals leave unescaped
 // ("?a=1|2", "[x]") but still refuses broken hosts. QUrl lower-cases the scheme, so the prefix test runs
 // on the original characters: "HTTP://…" stays text.
-std::optional<QUrl> linkURL(const QString &trimmed)
+std::optional<QUrl> linkURL(QStringView trimmed)
 {
     if (!trimmed.startsWith(QLatin1String("http")) || containsSpaceOrControl(trimmed))
         return std::nullopt;
-    const QUrl url(trimmed, QUrl::TolerantMode);
+    const QUrl url(trimmed.toString(), QUrl::TolerantMode);
     if (!url.isValid() || url.scheme().isEmpty())
         return std::nullopt;
     // The scheme must be the "http…" we saw, not a relative reference such as "httpdocs/index.html".
     if (!trimmed.startsWith(url.scheme() + QLatin1Char(':'), Qt::CaseInsensitive))
         return std::nullopt;
     return url;
+}
+
+// Hashes `text` as UTF-8 a slice at a time, so a long text is never converted whole.
+void addUtf8(QCryptographicHash &hash, QStringView text)
+{
+    constexpr qsizetype slice = 64 * 1024;
+    for (qsizetype start = 0; start < text.size();) {
+        qsizetype length = std::min(slice, text.size() - start);
+        // A surrogate pair stays in one slice.
+        if (start + length < text.size() && text.at(start + length - 1).isHighSurrogate())
+            ++length;
+        hash.addData(text.mid(start, length).toUtf8());
+        start += length;
+    }
+}
+
+// SHA-256 over kind|text|files|bookmark|image digest, the parts as UTF-8.
+QString fingerprintOf(ClipboardContentType type, QStringView text, const QStringList &fileURLStrings,
+                      const std::optional<QString> &imageBookmark, const std::optional<QByteArray> &imageData)
+{
+    QString imageDigest;
+    if (type == ClipboardContentType::image) {
+        imageDigest = QString::fromLatin1(
+            QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex());
+    }
+    QCryptographicHash hash(QCryptographicHash::Sha256);
+    hash.addData(enumName(type).toUtf8());
+    hash.addData("|");
+    addUtf8(hash, text);
+    hash.addData("|");
+    addUtf8(hash, fileURLStrings.join(QLatin1Char('\n')));
+    hash.addData("|");
+    addUtf8(hash, imageBookmark.value_or(QString()));
+    hash.addData("|");
+    addUtf8(hash, imageDigest);
+    return QString::fromLatin1(hash.result().toHex());
 }
 
 QString withoutTrailingSlashes(QString path)
@@ -105,7 +141,8 @@ QString lastPathComponent(const QString &path)
 std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &string,
                                                              const QString &sourceAppName)
 {
-    const QString trimmed = string.trimmed();
+    // A view: a long copy is not duplicated for the sake of its surrounding blanks.
+    const QStringView trimmed = QStringView(string).trimmed();
     if (trimmed.isEmpty())
         return std::nullopt;
 
@@ -113,10 +150,10 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     if (const auto url = linkURL(trimmed)) {
         capture.type = ClipboardContentType::link;
         const QString host = url->host();
-        capture.title = host.isEmpty() ? trimmed : host;
+        capture.title = host.isEmpty() ? trimmed.toString() : host;
     } else if (isColorCode(trimmed)) {
         capture.type = ClipboardContentType::color;
-        capture.title = trimmed.toUpper();
+        capture.title = trimmed.toString().toUpper();
     } else {
         capture.type = ClipboardContentType::text;
         capture.title = shortened(trimmed, titleLimit);
@@ -127,7 +164,7 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     // Kept exactly as copied: code keeps its indentation and final newline. The fingerprint comes from
     // the trimmed text, so copies that differ only in surrounding blanks stay one record.
     capture.textContent = string;
-    capture.fingerprint = makeFingerprint(capture.type, trimmed, {}, std::nullopt, std::nullopt);
+    capture.fingerprint = fingerprintOf(capture.type, trimmed, {}, std::nullopt, std::nullopt);
     return capture;
 }
 
@@ -153,8 +190,7 @@ std::optional<ClipboardCapture> ClipboardCapture::fromFileURLs(const QList<QUrl>
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
     capture.fileURLStrings = urlStrings;
-    capture.fingerprint =
-        makeFingerprint(capture.type, std::nullopt, capture.fileURLStrings, std::nullopt, std::nullopt);
+    capture.fingerprint = fingerprintOf(capture.type, {}, capture.fileURLStrings, std::nullopt, std::nullopt);
     return capture;
 }
 
@@ -178,8 +214,7 @@ ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64
     capture.timestamp = QDateTime::currentDateTime();
     capture.imageBookmark = QStringLiteral("pasteboard-image-%1").arg(changeCount);
     capture.imageData = imageData;
-    capture.fingerprint =
-        makeFingerprint(capture.type, std::nullopt, {}, capture.imageBookmark, capture.imageData);
+    capture.fingerprint = fingerprintOf(capture.type, {}, {}, capture.imageBookmark, capture.imageData);
     return capture;
 }
 
@@ -189,24 +224,14 @@ QString ClipboardCapture::makeFingerprint(ClipboardContentType type,
                                           const std::optional<QString> &imageBookmark,
                                           const std::optional<QByteArray> &imageData)
 {
-    QString imageDigest;
-    if (type == ClipboardContentType::image) {
-        imageDigest = QString::fromLatin1(
-            QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex());
-    }
-    const QStringList components{enumName(type), textContent.value_or(QString()),
-                                 fileURLStrings.join(QLatin1Char('\n')), imageBookmark.value_or(QString()),
-                                 imageDigest};
-    const QByteArray digest =
-        QCryptographicHash::hash(components.join(QLatin1Char('|')).toUtf8(), QCryptographicHash::Sha256);
-    return QString::fromLatin1(digest.toHex());
+    return fingerprintOf(type, textContent.value_or(QString()), fileURLStrings, imageBookmark, imageData);
 }
 
-QString ClipboardCapture::shortened(const QString &text, int limit)
+QString ClipboardCapture::shortened(QStringView text, int limit)
 {
     limit = std::max(limit, 0);
     const auto [prefixLength, count] = graphemePrefix(text, limit + 1);
-    const QString line = joinLines(text.left(prefixLength)).trimmed();
+    const QString line = joinLines(text.left(prefixLength).toString()).trimmed();
     if (count <= limit)
         return line;
     // Joining lines can merge clusters (a space followed by a combining mark), so count again.

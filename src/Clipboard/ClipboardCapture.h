@@ -7,6 +7,7 @@
 #include <QList>
 #include <QString>
 #include <QStringList>
+#include <QStringView>
 #include <QUrl>
 
 #include <optional>
@@ -40,5 +41,5 @@ struct ClipboardCapture
                                    const std::optional<QByteArray> &imageData);
 
     // Counts user-perceived characters; joins lines; appends "..." past the limit.
-    static QString shortened(const QString &text, int limit);
+    static QString shortened(QStringView text, int limit);
 };

@@ -6,8 +6,8 @@ bool operator==(const ClipboardHistoryEntry &a, const ClipboardHistoryEntry &b)
 {
     return a.id == b.id && a.title == b.title && a.preview == b.preview && a.type == b.type &&
            a.sourceAppName == b.sourceAppName && a.timestamp == b.timestamp && a.isPinned == b.isPinned &&
-           a.textContent == b.textContent && a.fileURLStrings == b.fileURLStrings &&
-           a.imageBookmark == b.imageBookmark;
+           a.textContent == b.textContent && a.textLeftInStore == b.textLeftInStore &&
+           a.fileURLStrings == b.fileURLStrings && a.imageBookmark == b.imageBookmark;
 }
 
 size_t qHash(const ClipboardHistoryEntry &entry, size_t seed) noexcept
@@ -23,6 +23,7 @@ size_t qHash(const ClipboardHistoryEntry &entry, size_t seed) noexcept
     seed = combine(seed, entry.isPinned);
     seed = combine(seed, entry.textContent.value_or(QString()));
     seed = combine(seed, entry.textContent.has_value());
+    seed = combine(seed, entry.textLeftInStore);
     seed = combine(seed, entry.fileURLStrings);
     seed = combine(seed, entry.imageBookmark.value_or(QString()));
     seed = combine(seed, entry.imageBookmark.has_value());

@@ -11,9 +11,13 @@
 
 #include <optional>
 
-// One history item as the interface shows it. Image bytes and the fingerprint stay in the store.
+// One history item as the interface shows it. Image bytes, the fingerprint and long texts stay in the
+// store.
 struct ClipboardHistoryEntry
 {
+    // Texts up to this many UTF-16 units come along; longer ones are read back when pasted.
+    static constexpr qsizetype inlineTextLength = 16 * 1024;
+
     QUuid id;
     QString title;
     QString preview;
@@ -22,6 +26,8 @@ struct ClipboardHistoryEntry
     QDateTime timestamp;
     bool isPinned = false;
     std::optional<QString> textContent;
+    // A text too long to come along: textContent is empty, ClipboardStore::withFullText() reads it.
+    bool textLeftInStore = false;
     QStringList fileURLStrings;
     std::optional<QString> imageBookmark;
 

@@ -4,11 +4,14 @@
 #include "Clipboard/PasteboardTypes.h"
 #include "Core/Logging.h"
 #include "Platform/FrontmostApplication.h"
+#include "Platform/MemoryRelease.h"
 #include "Platform/Pasteboard.h"
 
 #include <QThread>
 #include <QTimer>
 
+#include <algorithm>
+#include <cmath>
 #include <memory>
 
 namespace {
@@ -16,26 +19,70 @@ namespace {
 const QString unknownSource = QStringLiteral("Unknown");
 const QString saveFailedMessage = QStringLiteral("Clipboard history could not be saved.");
 
+// Rounded up, so that a size just over a limit never reads as the limit itself.
+QString megabytes(qint64 bytes)
+{
+    return QString::number(std::ceil(double(bytes) / (1024.0 * 1024.0) * 10.0) / 10.0, 'f', 1);
+}
+
+// What the user reads when a copy is over a limit, with its size as far as the transfer got.
+QString oversizeMessage(const PasteboardContent &content)
+{
+    const bool isText = content.oversizeType.startsWith(QLatin1String("text/"));
+    const qint64 limit = isText ? PasteboardLimits::maxTextBytes : PasteboardLimits::maxImageBytes;
+    const QString what = !isText ? QStringLiteral("image")
+                         : content.oversizeType == QLatin1String("text/uri-list")
+                             ? QStringLiteral("file list")
+                             : QStringLiteral("text");
+    const QString size = content.oversizeBytes > limit
+                             ? QStringLiteral("is %1 MB").arg(megabytes(content.oversizeBytes))
+                             : QStringLiteral("is over %1 MB").arg(limit / (1024 * 1024));
+    return QStringLiteral("Not saved: the copied %1 %2; Halcy keeps %1s up to %3 MB.")
+        .arg(what, size)
+        .arg(limit / (1024 * 1024));
+}
+
 } // namespace
 
 ClipboardMonitor::ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store,
                                    FrontmostApplication *frontmostApplication,
                                    ClipboardMonitorDelegate *delegate, QObject *parent)
     : QObject(parent), m_pasteboard(pasteboard), m_store(store), m_frontmostApplication(frontmostApplication),
-      m_delegate(delegate), m_lastChangeCount(pasteboard ? pasteboard->changeCount() : 0)
+      m_delegate(delegate), m_timer(new QTimer(this)),
+      m_pollIntervalMs(pasteboard && pasteboard->reportsEveryChange() ? fallbackPollMs : frequentPollMs),
+      m_lastChangeCount(pasteboard ? pasteboard->changeCount() : 0)
 {
+    // A safety net, not a deadline: it may share a wake-up with another timer.
+    m_timer->setTimerType(Qt::CoarseTimer);
+    connect(m_timer, &QTimer::timeout, this, &ClipboardMonitor::poll);
+    if (store) {
+        connect(store, &ClipboardStore::insertFailed, this, [this](const QString &error) {
+            qCWarning(lcClipboard) << "could not record a copy:" << error;
+            if (m_delegate)
+                m_delegate->reportStatus(saveFailedMessage);
+        });
+    }
 }
 
 ClipboardMonitor::~ClipboardMonitor() = default;
 
+void ClipboardMonitor::setPollIntervalMs(int intervalMs)
+{
+    m_pollIntervalMs = std::max(0, intervalMs);
+    if (!m_started)
+        return;
+    if (m_pollIntervalMs > 0)
+        m_timer->start(m_pollIntervalMs);
+    else
+        m_timer->stop();
+}
+
 void ClipboardMonitor::start()
 {
-    if (m_timer)
+    if (m_started)
         return;
-    m_timer = new QTimer(this);
-    m_timer->setInterval(pollIntervalMs);
-    connect(m_timer, &QTimer::timeout, this, &ClipboardMonitor::poll);
-    m_timer->start();
+    m_started = true;
+    setPollIntervalMs(m_pollIntervalMs);
     // Queued, so that the platform has finished its own handling of the change before we read.
     if (m_pasteboard)
         connect(m_pasteboard, &Pasteboard::changed, this, &ClipboardMonitor::poll, Qt::QueuedConnection);
@@ -75,6 +122,11 @@ void ClipboardMonitor::poll()
     request.prepare = [capture](const PasteboardContent &content) { *capture = buildCapture(content); };
     m_pasteboard->requestContent(request, this, [this, capture](const PasteboardContent &content) {
         record(content, std::move(*capture));
+        const qint64 transferred = content.oversizeBytes + (content.imagePNG ? content.imagePNG->size() : 0) +
+                                   (content.text ? content.text->size() * qint64(sizeof(QChar)) : 0);
+        // Once this answer and what the reading thread made of it are gone.
+        if (transferred >= MemoryRelease::worthwhileBytes)
+            QTimer::singleShot(0, this, &MemoryRelease::releaseFreedMemory);
     });
 }
 
@@ -113,14 +165,14 @@ void ClipboardMonitor::record(const PasteboardContent &content, std::optional<Cl
     case PasteboardContent::Status::excluded:
         qCDebug(lcClipboard) << "skipping own, secret, transient or generated copy at change" << changeCount;
         return;
-    case PasteboardContent::Status::tooLarge: {
-        const bool isText = content.oversizeType.startsWith(QLatin1String("text/"));
+    case PasteboardContent::Status::tooLarge:
         qCInfo(lcClipboard).nospace().noquote()
             << "not recording change " << changeCount << ": " << content.oversizeType << " of at least "
-            << content.oversizeBytes << " bytes is over the limit of "
-            << (isText ? PasteboardLimits::maxTextBytes : PasteboardLimits::maxImageBytes) << " bytes";
+            << content.oversizeBytes << " bytes is over the limit";
+        // Only what the user copied: a copy that was not to be recorded anyway goes unmentioned.
+        if (m_delegate && m_delegate->isCaptureEnabled())
+            m_delegate->reportStatus(oversizeMessage(content));
         return;
-    }
     case PasteboardContent::Status::unreadable:
     case PasteboardContent::Status::superseded:
         qCDebug(lcClipboard) << "nothing read at change" << changeCount << "-" << enumName(content.status);
@@ -136,11 +188,8 @@ void ClipboardMonitor::record(const PasteboardContent &content, std::optional<Cl
     }
     capture->sourceAppName = sourceAppName();
 
-    QString error;
-    if (!m_store->insert(*capture, &error)) {
-        qCWarning(lcClipboard) << "could not record a copy:" << error;
-        m_delegate->reportStatus(saveFailedMessage);
-    }
+    // Written off this thread; a failure comes back as insertFailed.
+    m_store->enqueueInsert(*capture);
 }
 
 QString ClipboardMonitor::sourceAppName() const

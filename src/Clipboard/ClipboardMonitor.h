@@ -29,15 +29,17 @@ public:
 };
 
 // Watches the clipboard and records every new content in the store (which announces it). It reacts to the
-// pasteboard's change notification at once and also polls the change count every 0.45 s, so a missed
-// notification delays a capture but never loses it. The content is read and the capture built (hashing
-// included) where the pasteboard reads, off the GUI thread on X11; only the store is written here. GUI thread
-// only.
+// pasteboard's change notification at once and also polls the change count, so a missed notification
+// delays a capture but never loses it: every 0.45 s where the platform may miss a change, every 5 s as a
+// fallback where it reports every one (X11), so that an idle monitor sleeps. The content is read and the
+// capture built (hashing included) where the pasteboard reads, off the GUI thread on X11; only the store is
+// written here. GUI thread only.
 class ClipboardMonitor final : public QObject
 {
     Q_OBJECT
 public:
-    static constexpr int pollIntervalMs = 450;
+    static constexpr int frequentPollMs = 450;
+    static constexpr int fallbackPollMs = 5000;
 
     // Whatever the clipboard holds now counts as seen: it is not captured.
     ClipboardMonitor(Pasteboard *pasteboard, ClipboardStore *store,
@@ -45,9 +47,12 @@ public:
                      QObject *parent = nullptr);
     ~ClipboardMonitor() override;
 
-    // Starts polling; calling it again does nothing.
+    // Starts listening and polling; calling it again does nothing.
     void start();
-    bool isStarted() const { return m_timer != nullptr; }
+    bool isStarted() const { return m_started; }
+    int pollIntervalMs() const { return m_pollIntervalMs; }
+    // 0: notifications alone.
+    void setPollIntervalMs(int intervalMs);
     qint64 lastChangeCount() const { return m_lastChangeCount; }
 
     // One step: when the change count moved, asks for the new content, to be recorded unless capture is
@@ -68,6 +73,8 @@ private:
     QPointer<ClipboardStore> m_store;
     FrontmostApplication *m_frontmostApplication;
     ClipboardMonitorDelegate *m_delegate;
-    QTimer *m_timer = nullptr;
+    QTimer *m_timer;
+    int m_pollIntervalMs;
+    bool m_started = false;
     qint64 m_lastChangeCount = 0;
 };

@@ -3,7 +3,9 @@
 #include "Clipboard/HistoryDatabase.h"
 #include "Clipboard/HistoryFile.h"
 #include "Clipboard/HistorySchema.h"
+#include "Clipboard/HistoryWriter.h"
 #include "Core/Logging.h"
+#include "Platform/MemoryRelease.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -24,11 +26,8 @@ using HistorySchema::SchemaState;
 
 namespace {
 
-// The write-ahead log shrinks back to this after a checkpoint, so one large image does not leave a
-// large file behind.
-constexpr qint64 walSizeLimitBytes = 4 * 1024 * 1024;
-
-// Everything an entry shows; the image bytes are left on disk.
+// Everything an entry shows; the image bytes are left on disk. (Not substr() on the text: SQLite's text
+// functions stop at a NUL, which copies may hold.)
 const QString entryColumns = QStringLiteral(
     "id, title, preview, typeRawValue, sourceAppName, timestamp, isPinned, textContent, fileURLStrings, "
     "imageBookmark");
@@ -128,6 +127,72 @@ QString idText(const QUuid &id)
     return id.toString(QUuid::WithoutBraces);
 }
 
+// How much memory a capture's content takes, to know when freeing it is worth handing back.
+qint64 payloadBytes(const ClipboardCapture &capture)
+{
+    return (capture.textContent ? capture.textContent->size() * qint64(sizeof(QChar)) : 0) +
+           (capture.imageData ? capture.imageData->size() : 0);
+}
+
+std::optional<ClipboardRecord> fetchRecord(QSqlDatabase &database, const QUuid &id, QString *error)
+{
+    QSqlQuery query(database);
+    query.setForwardOnly(true);
+    query.prepare(QStringLiteral("SELECT %1, fingerprint, imageData FROM ClipboardRecord WHERE id = ?")
+                      .arg(entryColumns));
+    query.addBindValue(idText(id));
+    if (!exec(query, "Could not read the clipboard item", error) || !query.next())
+        return std::nullopt;
+    ClipboardRecord record;
+    if (!readRecord(query, &record))
+        return std::nullopt;
+    record.fingerprint = query.value(colFingerprint).toString();
+    if (!query.isNull(colImage))
+        record.imageData = query.value(colImage).toByteArray();
+    return record;
+}
+
+// Deletes and returns the ids; the caller announces them once its transaction commits.
+bool deleteWhere(QSqlDatabase &database, const QString &condition, const QVariantList &values,
+                 const char *what, QList<QUuid> *removed, QString *error)
+{
+    QSqlQuery select(database);
+    select.setForwardOnly(true);
+    select.prepare(QStringLiteral("SELECT id FROM ClipboardRecord WHERE ") + condition);
+    for (const QVariant &value : values)
+        select.addBindValue(value);
+    if (!exec(select, what, error))
+        return false;
+    QList<QUuid> ids;
+    while (select.next())
+        ids.append(QUuid::fromString(select.value(0).toString()));
+    select.finish();
+
+    QSqlQuery query(database);
+    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE ") + condition);
+    for (const QVariant &value : values)
+        query.addBindValue(value);
+    if (!exec(query, what, error))
+        return false;
+    if (!ids.isEmpty())
+        qCDebug(lcStore) << "Deleted" << ids.size() << "clipboard records";
+    *removed = ids;
+    return true;
+}
+
+// secure_delete overwrites the database's own pages, but the write-ahead log keeps the pages written
+// before, deleted text included, until it is overwritten. Emptying the log makes a deletion final.
+void truncateLog(QSqlDatabase &database)
+{
+    if (database.databaseName() == QLatin1String(":memory:"))
+        return;
+    QSqlQuery query(database);
+    if (!query.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")) || !query.next())
+        qCWarning(lcStore) << "Could not empty the history's write-ahead log:" << query.lastError().text();
+    else if (query.value(0).toInt() != 0)
+        qCWarning(lcStore) << "The history's write-ahead log is in use by another reader and was not emptied";
+}
+
 } // namespace
 
 ClipboardHistoryEntry ClipboardRecord::toEntry() const
@@ -140,7 +205,10 @@ ClipboardHistoryEntry ClipboardRecord::toEntry() const
     entry.sourceAppName = sourceAppName;
     entry.timestamp = timestamp;
     entry.isPinned = isPinned;
-    entry.textContent = textContent;
+    // Every entry lives as long as the history does; a long text is read back when it is pasted.
+    entry.textLeftInStore = textContent && textContent->size() > ClipboardHistoryEntry::inlineTextLength;
+    if (!entry.textLeftInStore)
+        entry.textContent = textContent;
     entry.fileURLStrings = fileURLStrings;
     entry.imageBookmark = imageBookmark;
     return entry;
@@ -204,7 +272,8 @@ std::unique_ptr<ClipboardStore> ClipboardStore::open(const QString &path, int hi
 
     std::unique_ptr<ClipboardStore> store(
         new ClipboardStore(newConnectionName("rw"), absolutePath, historyLimit));
-    if (!store->connect(error) || !store->prepareSchema(error)) {
+    if (!store->connect(error) || !store->prepareSchema(error) ||
+        !(store->m_writer = HistoryWriter::start(absolutePath, newConnectionName("writer"), error))) {
         store.reset();
         if (created) {
             for (const char *suffix : {"", "-wal", "-shm"})
@@ -236,6 +305,8 @@ ClipboardStore::ClipboardStore(QString connectionName, QString path, int history
 ClipboardStore::~ClipboardStore()
 {
     assertMainThread();
+    // Every change asked for reaches the disk; nobody is left to hear of it.
+    m_writer.reset();
     // The handle must be gone before the connection is removed, or Qt keeps it alive and complains.
     m_database.close();
     m_database = QSqlDatabase();
@@ -245,42 +316,7 @@ ClipboardStore::~ClipboardStore()
 
 bool ClipboardStore::connect(QString *error)
 {
-    m_database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), m_connectionName);
-    if (!m_database.isValid())
-        return fail(error, QStringLiteral("The SQLite driver for the clipboard history is not available."));
-    m_database.setDatabaseName(m_persistent ? m_path : QStringLiteral(":memory:"));
-    m_database.setConnectOptions(QStringLiteral("QSQLITE_BUSY_TIMEOUT=%1").arg(busyTimeoutMs));
-    if (!m_database.open())
-        return fail(
-            error,
-            QStringLiteral("The clipboard history cannot be opened: %1").arg(m_database.lastError().text()));
-
-    // Only takes effect on a new file; freed pages are then returned to the file system at each commit.
-    if (!exec(m_database, QStringLiteral("PRAGMA auto_vacuum = FULL"), "Could not configure the history",
-              error))
-        return false;
-    // Deleted clips may be passwords: overwrite their bytes instead of leaving them in free pages.
-    if (!exec(m_database, QStringLiteral("PRAGMA secure_delete = ON"), "Could not configure the history",
-              error))
-        return false;
-    if (!m_persistent)
-        return true;
-
-    QSqlQuery mode(m_database);
-    if (!mode.exec(QStringLiteral("PRAGMA journal_mode = WAL")) || !mode.next())
-        return failQuery(error, "Could not configure the history journal", mode);
-    if (mode.value(0).toString().compare(QLatin1String("wal"), Qt::CaseInsensitive) != 0) {
-        // Some network file systems cannot share memory; the rollback journal is just as safe, only slower.
-        qCWarning(lcStore) << "Write-ahead logging unavailable for" << m_path << "- using journal mode"
-                           << mode.value(0).toString();
-    }
-    mode.finish();
-    // With the write-ahead log, NORMAL never corrupts and never loses a commit when the process dies; only
-    // a power cut or kernel crash can roll back the last commits, which is acceptable for clipboard history.
-    return exec(m_database, QStringLiteral("PRAGMA synchronous = NORMAL"), "Could not configure the history",
-                error) &&
-           exec(m_database, QStringLiteral("PRAGMA journal_size_limit = %1").arg(walSizeLimitBytes),
-                "Could not configure the history", error);
+    return openConnection(m_database, m_connectionName, m_path, error);
 }
 
 bool ClipboardStore::prepareSchema(QString *error)
@@ -315,85 +351,150 @@ bool ClipboardStore::prepareSchema(QString *error)
 bool ClipboardStore::insert(const ClipboardCapture &capture, QString *error)
 {
     assertMainThread();
-    const char *what = "Could not save the clipboard item";
-    if (capture.fingerprint.isEmpty())
-        return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
+    return run(insertion(capture), error, payloadBytes(capture));
+}
 
-    Transaction transaction(m_database);
-    if (!transaction.begin(what, error))
-        return false;
+void ClipboardStore::enqueueInsert(const ClipboardCapture &capture)
+{
+    assertMainThread();
+    submit(insertion(capture), true, payloadBytes(capture));
+}
 
-    QString id;
-    bool pinned = false;
-    {
-        QSqlQuery existing(m_database);
-        existing.setForwardOnly(true);
-        existing.prepare(
-            QStringLiteral("SELECT id, isPinned FROM ClipboardRecord WHERE fingerprint = ? LIMIT 1"));
-        existing.addBindValue(capture.fingerprint);
-        if (!exec(existing, what, error))
+ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
+{
+    return [this, capture, historyLimit = m_historyLimit](QSqlDatabase &database, QString *error,
+                                                          Announcement *announcement) {
+        const char *what = "Could not save the clipboard item";
+        if (capture.fingerprint.isEmpty())
+            return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
+
+        Transaction transaction(database);
+        if (!transaction.begin(what, error))
             return false;
-        if (existing.next()) {
-            id = existing.value(0).toString();
-            pinned = existing.value(1).toInt() != 0;
+
+        QString id;
+        bool pinned = false;
+        {
+            QSqlQuery existing(database);
+            existing.setForwardOnly(true);
+            existing.prepare(
+                QStringLiteral("SELECT id, isPinned FROM ClipboardRecord WHERE fingerprint = ? LIMIT 1"));
+            existing.addBindValue(capture.fingerprint);
+            if (!exec(existing, what, error))
+                return false;
+            if (existing.next()) {
+                id = existing.value(0).toString();
+                pinned = existing.value(1).toInt() != 0;
+            }
         }
+        const bool known = !id.isEmpty();
+        if (!known)
+            id = idText(QUuid::createUuid());
+
+        const QDateTime timestamp =
+            capture.timestamp.isValid() ? capture.timestamp : QDateTime::currentDateTimeUtc();
+
+        // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties
+        // with records captured in the same millisecond.
+        QSqlQuery write(database);
+        write.prepare(
+            QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
+                           "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
+                           "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+        write.addBindValue(id);
+        write.addBindValue(nonNull(capture.title));
+        write.addBindValue(nonNull(capture.preview));
+        write.addBindValue(enumName(capture.type));
+        write.addBindValue(nonNull(capture.sourceAppName));
+        write.addBindValue(timestamp.toMSecsSinceEpoch());
+        write.addBindValue(pinned ? 1 : 0);
+        write.addBindValue(capture.fingerprint);
+        write.addBindValue(optionalText(capture.textContent));
+        write.addBindValue(encodeFileURLs(capture.fileURLStrings));
+        write.addBindValue(optionalText(capture.imageBookmark));
+        write.addBindValue(optionalBytes(capture.imageData));
+        if (!exec(write, what, error))
+            return false;
+        write.finish();
+
+        QList<QUuid> trimmed;
+        if (!deleteWhere(database,
+                         QStringLiteral("rowid IN (SELECT rowid FROM ClipboardRecord WHERE isPinned = 0 %1 "
+                                        "LIMIT -1 OFFSET ?)")
+                             .arg(newestFirst),
+                         {historyLimit}, "Could not trim the clipboard history", &trimmed, error) ||
+            !transaction.commit(what, error))
+            return false;
+
+        ClipboardRecord record;
+        record.id = QUuid::fromString(id);
+        record.title = nonNull(capture.title);
+        record.preview = nonNull(capture.preview);
+        record.typeRawValue = enumName(capture.type);
+        record.sourceAppName = nonNull(capture.sourceAppName);
+        record.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
+        record.isPinned = pinned;
+        record.textContent = capture.textContent;
+        record.fileURLStrings = capture.fileURLStrings;
+        record.imageBookmark = capture.imageBookmark;
+        *announcement = [this, entry = record.toEntry(), known, trimmed] {
+            if (known)
+                emit entryChanged(entry);
+            else
+                emit entryInserted(entry);
+            if (!trimmed.isEmpty())
+                emit entriesRemoved(trimmed);
+        };
+        return true;
+    };
+}
+
+std::shared_ptr<ClipboardStore::PendingWrite> ClipboardStore::submit(Write write, bool reportFailure,
+                                                                     qint64 payloadBytes)
+{
+    auto pending = std::make_shared<PendingWrite>();
+    pending->write = std::move(write);
+    pending->reportFailure = reportFailure;
+    m_pending.push_back(pending);
+    const auto runPending = [pending, payloadBytes](QSqlDatabase &database) {
+        pending->succeeded = pending->write(database, &pending->error, &pending->announcement);
+        // The content goes with the write, on the thread that wrote it.
+        pending->write = nullptr;
+        pending->done.store(true, std::memory_order_release);
+        if (payloadBytes >= MemoryRelease::worthwhileBytes)
+            MemoryRelease::releaseFreedMemory();
+    };
+    if (!m_writer) {
+        runPending(m_database);
+        announceDone();
+        return pending;
     }
-    const bool known = !id.isEmpty();
-    if (!known)
-        id = idText(QUuid::createUuid());
+    m_writer->post([this, runPending](QSqlDatabase &database) {
+        runPending(database);
+        QMetaObject::invokeMethod(this, &ClipboardStore::announceDone, Qt::QueuedConnection);
+    });
+    return pending;
+}
 
-    const QDateTime timestamp =
-        capture.timestamp.isValid() ? capture.timestamp : QDateTime::currentDateTimeUtc();
+void ClipboardStore::finishWrites()
+{
+    assertMainThread();
+    if (m_writer)
+        m_writer->waitForIdle();
+    announceDone();
+}
 
-    // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties with
-    // records captured in the same millisecond.
-    QSqlQuery write(m_database);
-    write.prepare(
-        QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
-                       "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
-                       "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
-    write.addBindValue(id);
-    write.addBindValue(nonNull(capture.title));
-    write.addBindValue(nonNull(capture.preview));
-    write.addBindValue(enumName(capture.type));
-    write.addBindValue(nonNull(capture.sourceAppName));
-    write.addBindValue(timestamp.toMSecsSinceEpoch());
-    write.addBindValue(pinned ? 1 : 0);
-    write.addBindValue(capture.fingerprint);
-    write.addBindValue(optionalText(capture.textContent));
-    write.addBindValue(encodeFileURLs(capture.fileURLStrings));
-    write.addBindValue(optionalText(capture.imageBookmark));
-    write.addBindValue(optionalBytes(capture.imageData));
-    if (!exec(write, what, error))
-        return false;
-    write.finish();
-
-    QList<QUuid> trimmed;
-    if (!deleteWhere(QStringLiteral("rowid IN (SELECT rowid FROM ClipboardRecord WHERE isPinned = 0 %1 "
-                                    "LIMIT -1 OFFSET ?)")
-                         .arg(newestFirst),
-                     {m_historyLimit}, "Could not trim the clipboard history", &trimmed, error) ||
-        !transaction.commit(what, error))
-        return false;
-
-    ClipboardRecord record;
-    record.id = QUuid::fromString(id);
-    record.title = nonNull(capture.title);
-    record.preview = nonNull(capture.preview);
-    record.typeRawValue = enumName(capture.type);
-    record.sourceAppName = nonNull(capture.sourceAppName);
-    record.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
-    record.isPinned = pinned;
-    record.textContent = capture.textContent;
-    record.fileURLStrings = capture.fileURLStrings;
-    record.imageBookmark = capture.imageBookmark;
-    if (known)
-        emit entryChanged(record.toEntry());
-    else
-        emit entryInserted(record.toEntry());
-    if (!trimmed.isEmpty())
-        emit entriesRemoved(trimmed);
-    return true;
+void ClipboardStore::announceDone()
+{
+    // Taken off the queue before announcing: a listener may write again from its slot.
+    while (!m_pending.empty() && m_pending.front()->done.load(std::memory_order_acquire)) {
+        const std::shared_ptr<PendingWrite> pending = m_pending.front();
+        m_pending.pop_front();
+        if (pending->succeeded && pending->announcement)
+            pending->announcement();
+        else if (!pending->succeeded && pending->reportFailure)
+            emit insertFailed(pending->error);
+    }
 }
 
 ClipboardHistoryEntries ClipboardStore::entries(QString *error) const
@@ -421,20 +522,19 @@ ClipboardHistoryEntries ClipboardStore::entries(QString *error) const
 std::optional<ClipboardRecord> ClipboardStore::record(const QUuid &id, QString *error) const
 {
     assertMainThread();
-    QSqlQuery query(m_database);
-    query.setForwardOnly(true);
-    query.prepare(QStringLiteral("SELECT %1, fingerprint, imageData FROM ClipboardRecord WHERE id = ?")
-                      .arg(entryColumns));
-    query.addBindValue(idText(id));
-    if (!exec(query, "Could not read the clipboard item", error) || !query.next())
-        return std::nullopt;
-    ClipboardRecord record;
-    if (!readRecord(query, &record))
-        return std::nullopt;
-    record.fingerprint = query.value(colFingerprint).toString();
-    if (!query.isNull(colImage))
-        record.imageData = query.value(colImage).toByteArray();
-    return record;
+    return fetchRecord(const_cast<QSqlDatabase &>(m_database), id, error);
+}
+
+ClipboardHistoryEntry ClipboardStore::withFullText(const ClipboardHistoryEntry &entry) const
+{
+    if (!entry.textLeftInStore)
+        return entry;
+    ClipboardHistoryEntry full = entry;
+    if (const std::optional<ClipboardRecord> stored = record(entry.id)) {
+        full.textContent = stored->textContent;
+        full.textLeftInStore = false;
+    }
+    return full;
 }
 
 std::optional<QByteArray> ClipboardStore::imageData(const QUuid &id, QString *error) const
@@ -453,44 +553,41 @@ std::optional<QByteArray> ClipboardStore::imageData(const QUuid &id, QString *er
 bool ClipboardStore::togglePin(const QUuid &id, QString *error)
 {
     assertMainThread();
-    QSqlQuery query(m_database);
-    query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
-    query.addBindValue(idText(id));
-    if (!exec(query, "Could not pin the clipboard item", error))
-        return false;
-    if (query.numRowsAffected() == 0)
-        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
-    if (const std::optional<ClipboardRecord> changed = record(id, error))
-        emit entryChanged(changed->toEntry());
-    return true;
+    return run(
+        [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
+            QSqlQuery query(database);
+            query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
+            query.addBindValue(idText(id));
+            if (!exec(query, "Could not pin the clipboard item", error))
+                return false;
+            if (query.numRowsAffected() == 0)
+                return fail(error,
+                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+            if (const std::optional<ClipboardRecord> changed = fetchRecord(database, id, error))
+                *announcement = [this, entry = changed->toEntry()] { emit entryChanged(entry); };
+            return true;
+        },
+        error);
 }
 
 bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
 {
     assertMainThread();
-    QSqlQuery query(m_database);
-    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
-    query.addBindValue(idText(id));
-    if (!exec(query, "Could not delete the clipboard item", error))
-        return false;
-    if (query.numRowsAffected() == 0)
-        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
-    emit entriesRemoved({id});
-    truncateLog();
-    return true;
-}
-
-// secure_delete overwrites the database's own pages, but the write-ahead log keeps the pages written
-// before, deleted text included, until it is overwritten. Emptying the log makes a deletion final.
-void ClipboardStore::truncateLog()
-{
-    if (!m_persistent)
-        return;
-    QSqlQuery query(m_database);
-    if (!query.exec(QStringLiteral("PRAGMA wal_checkpoint(TRUNCATE)")) || !query.next())
-        qCWarning(lcStore) << "Could not empty the history's write-ahead log:" << query.lastError().text();
-    else if (query.value(0).toInt() != 0)
-        qCWarning(lcStore) << "The history's write-ahead log is in use by another reader and was not emptied";
+    return run(
+        [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
+            QSqlQuery query(database);
+            query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
+            query.addBindValue(idText(id));
+            if (!exec(query, "Could not delete the clipboard item", error))
+                return false;
+            if (query.numRowsAffected() == 0)
+                return fail(error,
+                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+            truncateLog(database);
+            *announcement = [this, id] { emit entriesRemoved({id}); };
+            return true;
+        },
+        error);
 }
 
 bool ClipboardStore::clear(bool includingPinned, QString *error)
@@ -515,42 +612,29 @@ bool ClipboardStore::deleteEntriesSince(const QDateTime &cutoff, bool includingP
 bool ClipboardStore::removeWhere(const QString &condition, const QVariantList &values, const char *what,
                                  QString *error)
 {
-    Transaction transaction(m_database);
-    QList<QUuid> removed;
-    if (!transaction.begin(what, error) || !deleteWhere(condition, values, what, &removed, error) ||
-        !transaction.commit(what, error))
-        return false;
-    truncateLog();
-    if (!removed.isEmpty())
-        emit entriesRemoved(removed);
-    return true;
+    return run(
+        [this, condition, values, what](QSqlDatabase &database, QString *error, Announcement *announcement) {
+            Transaction transaction(database);
+            QList<QUuid> removed;
+            if (!transaction.begin(what, error) ||
+                !deleteWhere(database, condition, values, what, &removed, error) ||
+                !transaction.commit(what, error))
+                return false;
+            truncateLog(database);
+            if (!removed.isEmpty())
+                *announcement = [this, removed] { emit entriesRemoved(removed); };
+            return true;
+        },
+        error);
 }
 
-bool ClipboardStore::deleteWhere(const QString &condition, const QVariantList &values, const char *what,
-                                 QList<QUuid> *removed, QString *error)
+bool ClipboardStore::run(Write write, QString *error, qint64 payloadBytes)
 {
-    QSqlQuery select(m_database);
-    select.setForwardOnly(true);
-    select.prepare(QStringLiteral("SELECT id FROM ClipboardRecord WHERE ") + condition);
-    for (const QVariant &value : values)
-        select.addBindValue(value);
-    if (!exec(select, what, error))
-        return false;
-    QList<QUuid> ids;
-    while (select.next())
-        ids.append(QUuid::fromString(select.value(0).toString()));
-    select.finish();
-
-    QSqlQuery query(m_database);
-    query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE ") + condition);
-    for (const QVariant &value : values)
-        query.addBindValue(value);
-    if (!exec(query, what, error))
-        return false;
-    if (!ids.isEmpty())
-        qCDebug(lcStore) << "Deleted" << ids.size() << "clipboard records";
-    *removed = ids;
-    return true;
+    std::shared_ptr<PendingWrite> pending = submit(std::move(write), false, payloadBytes);
+    finishWrites();
+    if (error && !pending->succeeded)
+        *error = pending->error;
+    return pending->succeeded;
 }
 
 std::optional<QByteArray> ClipboardStore::imageDataFromAnyThread(const QUuid &id) const

@@ -17,8 +17,12 @@ bool fail(QString *error, const QString &message);
 bool failQuery(QString *error, const char *what, const QSqlQuery &query);
 bool exec(QSqlQuery &query, const char *what, QString *error);
 bool exec(QSqlDatabase &database, const QString &sql, const char *what, QString *error);
-// Unique per call, so stores and checks never share a Qt connection.
+// Unique per call, so stores and checks never share a Qt connection. GUI thread only.
 QString newConnectionName(const char *role);
+// Opens a read-write connection to the history at `path` (in memory when empty), configured as every
+// connection that writes to it must be.
+bool openConnection(QSqlDatabase &database, const QString &connectionName, const QString &path,
+                    QString *error);
 
 // BEGIN IMMEDIATE takes the write lock up front, so a read-only file or a competing writer shows up at
 // the start of an operation rather than halfway through it.

@@ -1,14 +1,12 @@
 #include "Desktop/DesktopBackdrop.h"
 
+#include "Platform/ProcessMemory.h"
+
 #include <QCoreApplication>
 #include <QPointer>
 #include <QThreadPool>
 
 #include <algorithm>
-
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
 
 namespace {
 
@@ -78,11 +76,9 @@ void DesktopBackdrop::request(DesktopFill fill, const QList<QRect> &screens)
                 images.append(blur && !part.isNull() ? blurred(part) : part);
             }
         }
-#if defined(__GLIBC__)
-        // glibc keeps the freed wallpaper (tens of MB on wide screens) in this thread's arena for reuse;
-        // it would stay resident for as long as the application runs.
-        malloc_trim(0);
-#endif
+        // The freed wallpaper (tens of MB on wide screens) would otherwise stay resident for as long as
+        // the application runs.
+        ProcessMemory::releaseFreed();
         QMetaObject::invokeMethod(QCoreApplication::instance(), [guard, generation, images] {
             if (guard && guard->m_generation == generation)
                 emit guard->ready(images);

@@ -1,10 +1,11 @@
 import QtQuick
+import Halcy
 
 // What the bubble shows while the camera does not run: an icon, a title and the detail of the state.
 Item {
     id: root
 
-    required property var camera
+    required property MirrorCameraEngine camera
 
     Column {
         anchors.centerIn: parent

@@ -1,10 +1,11 @@
 import QtQuick
+import Halcy
 
 // The live microphone level: a 44 px track whose fill turns orange when the input is loud.
 Rectangle {
     id: root
 
-    required property var microphone
+    required property MicrophoneLevelMonitor microphone
     property bool compact: false
     signal menuRequested()
 

@@ -2,6 +2,7 @@
 
 #include <QImage>
 
+class QSize;
 class QVideoFrame;
 
 // Camera frames to images on the CPU. Qt 6.4's own conversion renders through OpenGL whenever the
@@ -10,6 +11,12 @@ class QVideoFrame;
 // converted here instead, anything else still by Qt.
 namespace MirrorFrameConverter {
 
+// The whole frame at full resolution, as a snap keeps it.
 QImage toImage(const QVideoFrame &frame);
+
+// The frame as the preview shows it: the centre, cropped to the aspect of `size`, at exactly `size`,
+// mirrored when asked. A frame larger than that is averaged down while it is converted, so a small
+// bubble costs a fraction of a full conversion.
+QImage toPreview(const QVideoFrame &frame, const QSize &size, bool mirrored);
 
 } // namespace MirrorFrameConverter

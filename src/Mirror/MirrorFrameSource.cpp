@@ -2,12 +2,12 @@
 
 #include <QMetaObject>
 
-void MirrorFrameSource::publish(const QImage &frame)
+void MirrorFrameSource::publish(const Frame &frame)
 {
     {
         QMutexLocker locker(&m_mutex);
         m_latest = frame;
-        if (!frame.isNull())
+        if (!frame.image.isNull())
             ++m_count;
         if (m_notifyPending)
             return;
@@ -25,7 +25,7 @@ void MirrorFrameSource::publish(const QImage &frame)
         Qt::QueuedConnection);
 }
 
-QImage MirrorFrameSource::latest() const
+MirrorFrameSource::Frame MirrorFrameSource::latest() const
 {
     QMutexLocker locker(&m_mutex);
     return m_latest;
@@ -35,4 +35,16 @@ quint64 MirrorFrameSource::frameCount() const
 {
     QMutexLocker locker(&m_mutex);
     return m_count;
+}
+
+MirrorFrameSource::Presentation MirrorFrameSource::presentation() const
+{
+    QMutexLocker locker(&m_mutex);
+    return m_presentation;
+}
+
+void MirrorFrameSource::setPresentation(const Presentation &presentation)
+{
+    QMutexLocker locker(&m_mutex);
+    m_presentation = presentation;
 }

@@ -8,7 +8,8 @@
 
 // Draws the newest camera frame filling the item (cropped, never stretched), mirrored when asked and
 // clipped to the bubble's shape with smooth edges. It only reads the newest frame when it repaints, so
-// a slow scene never holds up the camera.
+// a slow scene never holds up the camera. It tells the frames its size and orientation, so that they
+// arrive ready to copy, and nothing at all while hidden, so that none are converted for nobody.
 class MirrorPreviewItem : public QQuickPaintedItem
 {
     Q_OBJECT
@@ -31,6 +32,10 @@ public:
 
     void paint(QPainter *painter) override;
 
+protected:
+    void geometryChange(const QRectF &newGeometry, const QRectF &oldGeometry) override;
+    void itemChange(ItemChange change, const ItemChangeData &value) override;
+
 signals:
     void framesChanged();
     void mirroredChanged();
@@ -40,6 +45,8 @@ signals:
     void frameDrawn();
 
 private:
+    void updatePresentation();
+
     QPointer<MirrorFrameSource> m_frames;
     bool m_mirrored = true;
     QString m_shape = QStringLiteral("roundedRectangle");

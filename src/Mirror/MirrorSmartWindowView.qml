@@ -6,9 +6,9 @@ import Halcy
 Item {
     id: root
 
-    required property var controller
-    required property var camera
-    required property var microphone
+    required property MirrorWindowController controller
+    required property MirrorCameraEngine camera
+    required property MicrophoneLevelMonitor microphone
 
     readonly property string shape: controller.shape
     readonly property real cornerRadius: shape === "circle" ? Math.min(width, height) / 2

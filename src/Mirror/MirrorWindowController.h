@@ -6,6 +6,7 @@
 #include <QPointer>
 #include <QRect>
 #include <QTimer>
+#include <QtQml/qqmlregistration.h>
 
 #include <functional>
 #include <memory>
@@ -21,6 +22,8 @@ class QQuickView;
 class MirrorWindowController final : public QObject
 {
     Q_OBJECT
+    QML_ELEMENT
+    QML_UNCREATABLE("Handed to the bubble by its window")
     Q_PROPERTY(QString shape READ shapeName NOTIFY settingsChanged)
     Q_PROPERTY(bool showMicLevel READ showMicLevel NOTIFY settingsChanged)
 

@@ -4,6 +4,7 @@
 #include "Mirror/MirrorFrameConverter.h"
 #include "Mirror/MirrorFrameSource.h"
 #include "Platform/CameraDeviceAccess.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QCamera>
 #include <QCameraDevice>
@@ -24,16 +25,8 @@ QtCameraBackend::QtCameraBackend() : m_frames(std::make_unique<MirrorFrameSource
 
 QtCameraBackend::~QtCameraBackend()
 {
-    stop();
-    delete m_session;
+    tearDown();
     delete m_sessionContext;
-    if (m_frameThread) {
-        QMetaObject::invokeMethod(
-            m_sink, [sink = m_sink] { delete sink; }, Qt::BlockingQueuedConnection);
-        m_frameThread->quit();
-        m_frameThread->wait();
-        delete m_frameThread;
-    }
 }
 
 MirrorCameraDevices QtCameraBackend::devices() const
@@ -57,7 +50,8 @@ void QtCameraBackend::ensureSession()
 {
     if (m_session)
         return;
-    m_sessionContext = new QObject;
+    if (!m_sessionContext)
+        m_sessionContext = new QObject;
     m_session = new QMediaCaptureSession;
     m_frameThread = new QThread;
     m_frameThread->setObjectName(QStringLiteral("mirror frames"));
@@ -95,20 +89,18 @@ void QtCameraBackend::convertPending()
     }
     if (!frame.isValid() || !m_camera)
         return;
-    const QImage image = MirrorFrameConverter::toImage(frame);
-    if (image.isNull())
-        return;
-    {
-        QMutexLocker locker(&m_mutex);
-        m_lastImage = image;
-    }
-    m_frames->publish(image);
+    m_lastFrame = frame;
+    // Only what the bubble shows is converted; a snap converts its frame in full when it is taken.
+    const MirrorFrameSource::Presentation presentation = m_frames->presentation();
+    const QImage image = MirrorFrameConverter::toPreview(frame, presentation.size, presentation.mirrored);
+    if (!image.isNull())
+        m_frames->publish({image, presentation.mirrored});
 }
 
 CameraBackend::StartResult QtCameraBackend::start(const QString &deviceID)
 {
+    tearDown();
     ensureSession();
-    stop();
     const QList<QCameraDevice> inputs = QMediaDevices::videoInputs();
     const auto device = std::find_if(inputs.cbegin(), inputs.cend(), [&](const QCameraDevice &d) {
         return QString::fromUtf8(d.id()) == deviceID;
@@ -138,24 +130,44 @@ CameraBackend::StartResult QtCameraBackend::start(const QString &deviceID)
 
 void QtCameraBackend::stop()
 {
-    if (!m_camera)
-        return;
-    m_camera->stop();
-    m_session->setCamera(nullptr);
-    delete m_camera;
-    m_camera = nullptr;
+    // The camera's buffers and the pipeline's were freed in bursts on several threads; the C library
+    // would keep them all for a camera that may not come back for days.
+    if (tearDown())
+        ProcessMemory::releaseFreed();
+}
+
+bool QtCameraBackend::tearDown()
+{
+    if (!m_session)
+        return false;
+    if (m_camera) {
+        m_camera->stop();
+        m_session->setCamera(nullptr);
+        delete m_camera;
+        m_camera = nullptr;
+    }
+    // The whole session goes with the camera, so that a closed bubble keeps no pipeline and no thread.
+    delete m_session;
+    m_session = nullptr;
+    QMetaObject::invokeMethod(
+        m_sink, [sink = m_sink] { delete sink; }, Qt::BlockingQueuedConnection);
+    m_sink = nullptr;
+    m_frameThread->quit();
+    m_frameThread->wait();
+    delete m_frameThread;
+    m_frameThread = nullptr;
     {
         QMutexLocker locker(&m_mutex);
         m_pending = QVideoFrame();
-        m_lastImage = QImage();
     }
+    m_lastFrame = QVideoFrame();
     m_frames->clear();
+    return true;
 }
 
 CameraBackend::SnapshotResult QtCameraBackend::takeSnapshot()
 {
     if (!m_camera || !m_camera->isActive())
         return {SnapshotResult::Outcome::notRunning, {}, {}};
-    QMutexLocker locker(&m_mutex);
-    return {SnapshotResult::Outcome::captured, {}, m_lastImage};
+    return {SnapshotResult::Outcome::captured, {}, MirrorFrameConverter::toImage(m_lastFrame)};
 }

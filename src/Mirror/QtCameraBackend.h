@@ -2,7 +2,6 @@
 
 #include "Mirror/CameraBackend.h"
 
-#include <QImage>
 #include <QMutex>
 #include <QVideoFrame>
 
@@ -18,7 +17,7 @@ class QVideoSink;
 // The camera through Qt Multimedia. The video sink lives on a thread that does nothing else: Qt 6.4's
 // GStreamer renderer hands every frame to the sink's thread and waits for it, and a pipeline whose first
 // frame waits too long there never delivers a second one. Frames are converted on the session thread
-// and published as images; the GUI only draws the newest.
+// to the size the preview shows and published as images; the GUI only draws the newest.
 class QtCameraBackend final : public CameraBackend
 {
 public:
@@ -36,6 +35,8 @@ public:
 
 private:
     void ensureSession();
+    // Session thread. Ends the camera and the whole session; false when there was none.
+    bool tearDown();
     void frameArrived(const QVideoFrame &frame);
     void convertPending();
 
@@ -44,6 +45,8 @@ private:
     QObject *m_sessionContext = nullptr;
     QMediaCaptureSession *m_session = nullptr;
     QCamera *m_camera = nullptr;
+    // The newest frame as the camera delivered it, for a snap.
+    QVideoFrame m_lastFrame;
     // Frame thread.
     QThread *m_frameThread = nullptr;
     QVideoSink *m_sink = nullptr;
@@ -51,5 +54,4 @@ private:
     QMutex m_mutex;
     QVideoFrame m_pending;
     bool m_conversionQueued = false;
-    QImage m_lastImage;
 };

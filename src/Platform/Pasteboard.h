@@ -41,6 +41,9 @@ public:
     static std::unique_ptr<Pasteboard> createDefault(QObject *parent = nullptr);
 
     virtual qint64 changeCount() const = 0;
+    // Whether changed() is emitted for every new content without fail, so that polling the change count
+    // is a rare fallback only.
+    virtual bool reportsEveryChange() const { return false; }
 
     // Reads the current content without blocking the calling thread, and answers every request exactly
     // once on the pasteboard's thread (the GUI thread), unless `context` is gone by then. The answer may

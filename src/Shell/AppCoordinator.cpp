@@ -5,6 +5,7 @@
 #include "App/PreferenceRow.h"
 #include "App/Preferences.h"
 #include "App/UpdateProvider.h"
+#include "Clipboard/ClipboardListModel.h"
 #include "Clipboard/ClipboardStore.h"
 #include "Clipboard/PasteService.h"
 #include "Core/GuiThread.h"
@@ -102,13 +103,14 @@ AppCoordinator::AppCoordinator(const Locations &locations, Platform platform, QO
             [this] { m_appState->setPermissionSummaries(m_permissions->summaries()); });
     openClipboardStore(locations.historyPath);
     if (m_clipboardStore) {
-        // The store announces every change; the state applies each as it comes.
-        connect(m_clipboardStore.get(), &ClipboardStore::entryInserted, m_appState.get(),
-                &AppState::insertEntry);
-        connect(m_clipboardStore.get(), &ClipboardStore::entryChanged, m_appState.get(),
-                &AppState::insertEntry);
-        connect(m_clipboardStore.get(), &ClipboardStore::entriesRemoved, m_appState.get(),
-                &AppState::removeEntries);
+        // The store announces every change; the history list applies each as it comes.
+        ClipboardListModel *list = m_appState->clipboardList();
+        connect(m_clipboardStore.get(), &ClipboardStore::entryInserted, list,
+                &ClipboardListModel::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entryChanged, list,
+                &ClipboardListModel::insertEntry);
+        connect(m_clipboardStore.get(), &ClipboardStore::entriesRemoved, list,
+                &ClipboardListModel::removeEntries);
         // Seeded with the current change count: what is on the clipboard at launch is not new.
         m_clipboardMonitor = std::make_unique<ClipboardMonitor>(
             m_platform.pasteboard.get(), m_clipboardStore.get(), m_platform.frontmostApplication.get(),
@@ -358,9 +360,10 @@ bool AppCoordinator::writeEntry(const ClipboardHistoryEntry &entry, PasteMode mo
 {
     assertGuiThread();
     m_appState->setSelectedClipboardEntryID(entry.id);
-    const std::optional<QByteArray> imageBytes =
-        m_clipboardStore ? m_clipboardStore->imageData(entry.id) : std::nullopt;
-    return m_pasteService->write(entry, mode, imageBytes);
+    if (!m_clipboardStore)
+        return m_pasteService->write(entry, mode, std::nullopt);
+    return m_pasteService->write(m_clipboardStore->withFullText(entry), mode,
+                                 m_clipboardStore->imageData(entry.id));
 }
 
 void AppCoordinator::copyEntry(const ClipboardHistoryEntry &entry, PasteMode mode)
@@ -408,7 +411,6 @@ void AppCoordinator::togglePin(const QUuid &entryID)
         qCWarning(lcStore) << "Pin failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Pin could not be updated."));
     }
-    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::deleteEntry(const QUuid &entryID)
@@ -421,7 +423,6 @@ void AppCoordinator::deleteEntry(const QUuid &entryID)
         qCWarning(lcStore) << "Delete failed:" << error;
         m_appState->setClipboardStatusMessage(QStringLiteral("Item could not be deleted."));
     }
-    m_appState->selectFirstVisible();
 }
 
 void AppCoordinator::clearHistory()
@@ -433,7 +434,6 @@ void AppCoordinator::clearHistory()
     const bool cleared = m_clipboardStore->clear(false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear failed:" << error;
-    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("History cleared. Pinned items kept.")
                                                   : QStringLiteral("History could not be cleared."));
 }
@@ -451,7 +451,6 @@ void AppCoordinator::clearRecentHistory()
     const bool cleared = m_clipboardStore->deleteEntriesSince(cutoff, false, &error);
     if (!cleared)
         qCWarning(lcStore) << "Clear recent failed:" << error;
-    m_appState->selectFirstVisible();
     m_appState->setClipboardStatusMessage(cleared ? QStringLiteral("Recent history cleared.")
                                                   : QStringLiteral("Recent history could not be cleared."));
 }
@@ -542,7 +541,8 @@ void AppCoordinator::clipboardEmptied()
     if (entries.isEmpty())
         return;
     const ClipboardHistoryEntry &newest = entries.constFirst();
-    if (m_pasteService->write(newest, PasteMode::formatted, m_clipboardStore->imageData(newest.id)))
+    if (m_pasteService->write(m_clipboardStore->withFullText(newest), PasteMode::formatted,
+                              m_clipboardStore->imageData(newest.id)))
         qCDebug(lcClipboard) << "the clipboard's owner left; put back the newest entry";
 }
 

@@ -20,7 +20,6 @@ ListView {
         if (target)
             rowMenu.openFor(row, target.isPinned, target);
     }
-    readonly property bool searching: hub.appState.searchQuery.trim().length > 0
     objectName: "historyList"
     clip: true
     spacing: 2
@@ -31,7 +30,7 @@ ListView {
     Accessible.name: "Clipboard history"
     ScrollBar.vertical: ScrollBar { policy: ScrollBar.AsNeeded }
 
-    section.property: list.searching ? "" : "section"
+    section.property: list.hub.model.searching ? "" : "section"
     section.criteria: ViewSection.FullString
     // The current day's header stays pinned at the top instead of scrolling off half-way.
     section.labelPositioning: ViewSection.InlineLabels | ViewSection.CurrentLabelAtStart

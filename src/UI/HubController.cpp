@@ -2,14 +2,11 @@
 
 #include "App/AppCommanding.h"
 #include "App/AppState.h"
-#include "UI/ClipboardListModel.h"
+#include "Clipboard/ClipboardListModel.h"
 
 HubController::HubController(AppState *appState, AppCommanding *commander, QObject *parent)
-    : QObject(parent), m_appState(appState), m_commander(commander),
-      m_model(new ClipboardListModel(appState, this))
+    : QObject(parent), m_appState(appState), m_commander(commander)
 {
-    // A new search starts at its best match, so Return takes the top result.
-    connect(appState, &AppState::searchQueryChanged, this, &HubController::selectNewest);
 }
 
 HubController::~HubController() = default;
@@ -19,15 +16,25 @@ AppState *HubController::appState() const
     return m_appState.data();
 }
 
+ClipboardListModel *HubController::model() const
+{
+    return m_appState ? m_appState->clipboardList() : nullptr;
+}
+
+ClipboardHistoryEntry HubController::entryAt(int row) const
+{
+    return m_appState ? m_appState->clipboardList()->entryAt(row) : ClipboardHistoryEntry();
+}
+
 void HubController::setShown(bool shown)
 {
     // A search left over from last time would reopen the hub on a few rows, which looks like lost
     // history.
     if (!shown && m_appState)
         m_appState->setSearchQuery(QString());
-    if (shown) {
-        m_model->refreshDay();
-        selectNewest();
+    if (shown && m_appState) {
+        m_appState->clipboardList()->refreshDay();
+        m_appState->clipboardList()->selectFirstRow();
     }
     if (m_shown == shown)
         return;
@@ -43,7 +50,7 @@ void HubController::search(const QString &query)
 
 void HubController::copyRow(int row)
 {
-    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    const ClipboardHistoryEntry entry = entryAt(row);
     if (entry.id.isNull() || !m_appState || !m_commander)
         return;
     m_appState->setSelectedClipboardEntryID(entry.id);
@@ -52,7 +59,7 @@ void HubController::copyRow(int row)
 
 void HubController::pasteRow(int row, bool plainText)
 {
-    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    const ClipboardHistoryEntry entry = entryAt(row);
     if (entry.id.isNull() || !m_commander)
         return;
     m_commander->pasteEntry(entry, plainText ? PasteMode::plainText : PasteMode::formatted);
@@ -60,14 +67,14 @@ void HubController::pasteRow(int row, bool plainText)
 
 void HubController::togglePinRow(int row)
 {
-    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    const ClipboardHistoryEntry entry = entryAt(row);
     if (!entry.id.isNull() && m_commander)
         m_commander->togglePin(entry.id);
 }
 
 void HubController::deleteRow(int row)
 {
-    const ClipboardHistoryEntry entry = m_model->entryAt(row);
+    const ClipboardHistoryEntry entry = entryAt(row);
     if (!entry.id.isNull() && m_commander)
         m_commander->deleteEntry(entry.id);
 }
@@ -110,17 +117,13 @@ void HubController::toggleDesktopCover()
 
 void HubController::moveSelection(int delta)
 {
-    const int count = m_model->rowCount();
-    if (count == 0 || !m_appState)
-        return;
-    const int current = m_model->selectedRow();
-    const int next = current < 0 ? (delta > 0 ? 0 : count - 1) : qBound(0, current + delta, count - 1);
-    m_appState->setSelectedClipboardEntryID(m_model->entryAt(next).id);
+    if (m_appState)
+        m_appState->clipboardList()->moveSelection(delta);
 }
 
 void HubController::activateSelection(bool pastePlainText)
 {
-    const int row = m_model->selectedRow();
+    const int row = m_appState ? m_appState->clipboardList()->selectedRow() : -1;
     if (row < 0)
         return;
     if (pastePlainText)
@@ -131,18 +134,11 @@ void HubController::activateSelection(bool pastePlainText)
 
 bool HubController::pasteQuickNumber(int number)
 {
-    const int row = m_model->rowForQuickNumber(number);
+    const int row = m_appState ? m_appState->clipboardList()->rowForQuickNumber(number) : -1;
     if (row < 0)
         return false;
     pasteRow(row, false);
     return true;
-}
-
-void HubController::selectNewest()
-{
-    if (!m_appState)
-        return;
-    m_appState->selectFirstVisible();
 }
 
 void HubController::requestClose()

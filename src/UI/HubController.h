@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Clipboard/ClipboardHistoryEntry.h"
+
 #include <QObject>
 #include <QPointer>
 #include <QtQml/qqmlregistration.h>
@@ -8,8 +10,9 @@ class AppCommanding;
 class AppState;
 class ClipboardListModel;
 
-// What HubView.qml talks to: AppState for reading, the commands for acting. Rows are addressed by
-// their index in the list model. Holds the coordinator weakly; calls after it is gone do nothing.
+// What HubView.qml talks to: AppState and its history list for reading, the commands for acting. Rows
+// are addressed by their index in the list. Holds the coordinator weakly; calls after it is gone do
+// nothing.
 class HubController final : public QObject
 {
     Q_OBJECT
@@ -24,9 +27,10 @@ public:
     ~HubController() override;
 
     AppState *appState() const;
-    ClipboardListModel *model() const { return m_model; }
+    // Null once the state is gone.
+    ClipboardListModel *model() const;
     bool isShown() const { return m_shown; }
-    // The window reports showing and hiding; showing selects the newest visible entry.
+    // The window reports showing and hiding; showing selects the first row.
     void setShown(bool shown);
 
     // What the search field shows; typing replaces it, clearing empties it.
@@ -50,8 +54,6 @@ public:
     Q_INVOKABLE void moveSelection(int delta);
     Q_INVOKABLE void activateSelection(bool pastePlainText);
     Q_INVOKABLE bool pasteQuickNumber(int number);
-    // When the hub opens or the search changes: the best visible entry is selected.
-    void selectNewest();
     Q_INVOKABLE void requestClose();
 
 signals:
@@ -59,8 +61,10 @@ signals:
     void closeRequested();
 
 private:
+    // An empty entry for a row that is not there.
+    ClipboardHistoryEntry entryAt(int row) const;
+
     QPointer<AppState> m_appState;
     QPointer<AppCommanding> m_commander;
-    ClipboardListModel *m_model;
     bool m_shown = false;
 };

@@ -83,10 +83,10 @@ Rectangle {
         }
         EmptyState {
             visible: root.appState.clipboardEnabled && list.count === 0
-            objectName: list.searching ? "noMatchesState" : "emptyHistoryState"
-            title: list.searching ? "No matches" : "Nothing copied yet"
-            iconName: list.searching ? "search-doc" : "clipboard"
-            description: list.searching ? "Try another search." : "Copied items will appear here."
+            objectName: root.hub.model.searching ? "noMatchesState" : "emptyHistoryState"
+            title: root.hub.model.searching ? "No matches" : "Nothing copied yet"
+            iconName: root.hub.model.searching ? "search-doc" : "clipboard"
+            description: root.hub.model.searching ? "Try another search." : "Copied items will appear here."
             Layout.fillWidth: true
             Layout.preferredHeight: 180
         }

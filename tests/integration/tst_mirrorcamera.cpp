@@ -59,7 +59,7 @@ private Q_SLOTS:
 
         controller.close();
         QCOMPARE(engine.state().kind(), MirrorCameraState::Kind::stopped);
-        QTRY_VERIFY(engine.frames()->latest().isNull());
+        QTRY_VERIFY(engine.frames()->latest().image.isNull());
     }
 };
 

@@ -62,7 +62,7 @@ private slots:
                                 [&poster] { return poster->isAvailable(); });
         QSignalSpy refreshed(&permissions, &Permissions::refreshed);
         permissions.refresh();
-        const bool answered = refreshed.wait(5000);
+        const bool answered = refreshed.wait(10000);
         qputenv("PULSE_SERVER", saved);
         if (saved.isEmpty())
             qunsetenv("PULSE_SERVER");

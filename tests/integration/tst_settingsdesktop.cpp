@@ -40,7 +40,7 @@ private slots:
                                           m_env.root() + QStringLiteral("/windows.ini"));
         settings.show();
         QQuickView *window = settings.window();
-        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 10000);
         QCOMPARE(window->title(), QStringLiteral("Halcy Settings"));
         QCOMPARE(window->size(), SettingsWindowController::contentSize);
 
@@ -52,11 +52,11 @@ private slots:
         QVERIFY(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
                          QStringLiteral("another application"), QStringLiteral("windowactivate"),
                          QStringLiteral("--sync")}));
-        QTRY_VERIFY_WITH_TIMEOUT(!window->isActive(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isActive(), 10000);
         m_state.setSelectedSettingsTab(SettingsTab::about);
         settings.show();
         QCOMPARE(settings.window(), window);
-        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 10000);
         QCOMPARE(shownTab(window), int(SettingsTab::about));
     }
 
@@ -77,13 +77,13 @@ private slots:
         SettingsWindowController settings(&m_state, &m_commander, nullptr, nullptr, nullptr, statePath);
         settings.show();
         QQuickView *window = settings.window();
-        QTRY_VERIFY_WITH_TIMEOUT(window->isExposed(), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isExposed(), 10000);
         const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
         const QPoint expected = kept ? saved : screen.center() - QPoint(270, 240);
         // The window manager may nudge a window by its frame.
         QTRY_VERIFY2_WITH_TIMEOUT((window->position() - expected).manhattanLength() < 60,
                                   qPrintable(QStringLiteral("at %1,%2").arg(window->x()).arg(window->y())),
-                                  5000);
+                                  10000);
         window->close();
         QCOMPARE(QSettings(statePath, QSettings::IniFormat)
                      .value(QStringLiteral("HalcySettingsWindow/position"))
@@ -102,7 +102,7 @@ private slots:
                          QStringLiteral("--sync")}));
         // Closed on its first page, by the window manager's close key.
         QVERIFY(pressKeys(QStringLiteral("alt+F4")));
-        QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")), 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")), 10000);
         QFile file(preferences);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.readAll().contains("\"Halcy.hasCompletedOnboarding\": true"));
@@ -111,7 +111,8 @@ private slots:
         halcy.process().terminate();
         QVERIFY(halcy.waitForExit());
         QVERIFY(halcy.start());
-        QTest::qWait(1500);
+        // Answered by the new instance once its start-up has gone out to the X server.
+        QCOMPARE(halcy.runClient({QStringLiteral("show")}), 0);
         QVERIFY(!xdotool(
             {QStringLiteral("search"), QStringLiteral("--name"), QStringLiteral("Welcome to Halcy")}));
     }

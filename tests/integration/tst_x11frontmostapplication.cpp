@@ -87,7 +87,7 @@ private slots:
 
         X11FrontmostApplication frontmost;
         QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(WindowClass()).className,
-                                  windowClass, 3000);
+                                  windowClass, 10000);
         QCOMPARE(frontmost.activeWindowClass()->instance, QStringLiteral("text_field_peer"));
         QCOMPARE(frontmost.name(), expected);
     }
@@ -98,7 +98,7 @@ private slots:
         PeerProcess peer(m_peerPath);
         QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerEditor")), qPrintable(peer.errorOutput()));
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), 10000);
 
         QWindow ours;
         ours.resize(200, 100);
@@ -106,7 +106,7 @@ private slots:
         QVERIFY(QTest::qWaitForWindowExposed(&ours));
         QVERIFY(xdotool(
             {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(ours.winId())}));
-        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), 3000);
+        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), 10000);
         QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
     }
 
@@ -116,11 +116,11 @@ private slots:
             PeerProcess peer(m_peerPath);
             QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerGone")), qPrintable(peer.errorOutput()));
             X11FrontmostApplication frontmost;
-            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("HalcyPeerGone"), 3000);
+            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("HalcyPeerGone"), 10000);
         }
         // The only application window is gone; the window manager leaves nothing active.
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QString(), 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QString(), 10000);
         QVERIFY(!frontmost.activeWindowClass());
     }
 };

@@ -253,7 +253,7 @@ private slots:
 
         QTRY_VERIFY_WITH_TIMEOUT(pressKeys(QStringLiteral("super+shift+v")) &&
                                      QTest::qWaitFor([&] { return !pressed.isEmpty(); }, 200),
-                                 5000);
+                                 10000);
         spinEventLoop(300); // presses sent before the grab moved may still be on their way
         const qsizetype afterMove = pressed.size();
         for (const QList<QVariant> &press : std::as_const(pressed))

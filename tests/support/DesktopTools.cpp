@@ -48,7 +48,7 @@ bool peerHasFocus(PeerProcess &peer)
             peer.writeLine(QStringLiteral("focus"));
             return peer.readLine(1000) == QStringLiteral("focus 1");
         },
-        3000);
+        10000);
 }
 
 QString peerText(PeerProcess &peer)

@@ -6,14 +6,13 @@
 
 #include <algorithm>
 
-// Measures how responsive the GUI thread stays: a 10 ms timer ticks on it, and the longest gap between
-// two ticks (or between the last tick and now) is how long the thread was held up at worst.
+// Measures how responsive the GUI thread stays: a timer ticks on it (every 10 ms unless told), and the
+// longest gap between two ticks (or between the last tick and now) is how long the thread was held up at
+// worst; that gap less the tick is how late the timer came.
 class StallMeter final
 {
 public:
-    static constexpr int tickMs = 10;
-
-    StallMeter()
+    explicit StallMeter(int tickMs = 10)
     {
         m_timer.setTimerType(Qt::PreciseTimer);
         m_timer.setInterval(tickMs);

@@ -1,6 +1,7 @@
 #include "Platform/X11/X11ClipboardReader.h"
 
 #include "Core/Logging.h"
+#include "Platform/ProcessMemory.h"
 #include "Platform/X11/X11ClipboardSession.h"
 
 #include <QDeadlineTimer>
@@ -11,9 +12,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
 #include <poll.h>
 #include <sys/eventfd.h>
 #include <unistd.h>
@@ -133,11 +131,9 @@ void X11ClipboardReader::run()
             m_deliver(job->id, content);
         }
         job.reset();
-#if defined(__GLIBC__)
-        // glibc keeps freed blocks of a few MB (buffers, hashing, re-encoding) in this thread's arena for
-        // reuse; after a huge copy that would stay resident for as long as the application runs.
+        // Freed blocks of a few MB (buffers, hashing, re-encoding) would otherwise stay resident after a
+        // huge copy for as long as the application runs.
         if (session.bytesRead() >= largeReadBytes)
-            malloc_trim(0);
-#endif
+            ProcessMemory::releaseFreed();
     }
 }

@@ -4,21 +4,9 @@
 
 #include <QWindow>
 
-#include <cstdlib>
-#include <cstring>
-
 namespace {
 
 constexpr uint32_t allDesktops = 0xFFFFFFFF;
-
-xcb_atom_t atom(xcb_connection_t *connection, const char *name)
-{
-    xcb_intern_atom_reply_t *reply = xcb_intern_atom_reply(
-        connection, xcb_intern_atom(connection, 0, uint16_t(std::strlen(name)), name), nullptr);
-    const xcb_atom_t result = reply ? reply->atom : XCB_ATOM_NONE;
-    std::free(reply);
-    return result;
-}
 
 } // namespace
 
@@ -30,7 +18,7 @@ void showOnAllDesktops(QWindow *window)
     if (!connection)
         return;
     const auto id = static_cast<xcb_window_t>(window->winId());
-    const xcb_atom_t desktop = atom(connection, "_NET_WM_DESKTOP");
+    const xcb_atom_t desktop = X11Connection::internAtom(connection, "_NET_WM_DESKTOP");
     xcb_change_property(connection, XCB_PROP_MODE_REPLACE, id, desktop, XCB_ATOM_CARDINAL, 32, 1,
                         &allDesktops);
     if (window->isVisible()) {

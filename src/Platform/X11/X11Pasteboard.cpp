@@ -11,6 +11,7 @@
 #include <QThread>
 
 #include <xcb/xcb.h>
+#include <xcb/xfixes.h>
 
 #include <cstdlib>
 
@@ -75,6 +76,10 @@ X11Pasteboard::X11Pasteboard(QObject *parent) : Pasteboard(parent), m_clipboard(
     });
 
     if (QGuiApplication::platformName() == QLatin1String("xcb")) {
+        if (xcb_connection_t *connection = X11Connection::connection()) {
+            const xcb_query_extension_reply_t *xfixes = xcb_get_extension_data(connection, &xcb_xfixes_id);
+            m_reportsEveryChange = xfixes && xfixes->present;
+        }
         // The reader calls back on its own thread; the answer crosses over as a queued call, which is
         // dropped with this object if it is gone by then.
         m_reader =

@@ -29,6 +29,8 @@ public:
     ~X11Pasteboard() override;
 
     qint64 changeCount() const override { return m_changeCount; }
+    // Where the X server tells of every new selection owner (XFixes), Qt's xcb plugin passes each on.
+    bool reportsEveryChange() const override { return m_reportsEveryChange; }
     void requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler) override;
     bool write(QMimeData *data) override;
     void clear() override;
@@ -67,6 +69,7 @@ private:
     quint32 m_targetsAtom = 0;
     QList<Handover> m_handovers;
     qint64 m_changeCount = 0;
+    bool m_reportsEveryChange = false;
     QHash<quint64, PendingRequest> m_pending;
     // Last, so that its thread has stopped before anything it reports to is gone.
     std::unique_ptr<X11ClipboardReader> m_reader;

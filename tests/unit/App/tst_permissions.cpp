@@ -1,10 +1,9 @@
 #include "App/Permissions.h"
 #include "Platform/PermissionProbe.h"
 
-#include <QElapsedTimer>
+#include <QSemaphore>
 #include <QSignalSpy>
 #include <QTest>
-#include <QThread>
 
 #include <atomic>
 
@@ -16,11 +15,15 @@ public:
     DeviceAccess camera = DeviceAccess::none;
     DeviceAccess audioServer = DeviceAccess::none;
     bool audioInput = false;
-    int delayMs = 0;
+    // When set, every camera check waits until the test lets it go (or 5 s pass).
+    QSemaphore *gate = nullptr;
+    mutable std::atomic<int> cameraAnswers = 0;
 
     DeviceAccess cameraAccess() const override
     {
-        QThread::msleep(delayMs);
+        if (gate)
+            gate->tryAcquire(1, 5000);
+        ++cameraAnswers;
         return camera;
     }
     DeviceAccess audioServerAccess() const override { return audioServer; }
@@ -75,7 +78,7 @@ private slots:
         Permissions permissions(std::move(probe), [xtest] { return xtest; });
         QSignalSpy refreshed(&permissions, &Permissions::refreshed);
         permissions.refresh();
-        QVERIFY(refreshed.wait(2000));
+        QVERIFY(refreshed.wait(10000));
 
         const PermissionSummaries summaries = permissions.summaries();
         QList<int> found;
@@ -94,20 +97,22 @@ private slots:
     {
         auto probe = std::make_unique<FakePermissionProbe>();
         probe->camera = DeviceAccess::open;
-        probe->delayMs = 400;
+        QSemaphore gate;
+        probe->gate = &gate;
+        const FakePermissionProbe *held = probe.get();
         Permissions permissions(std::move(probe), [] { return true; });
         QSignalSpy changed(&permissions, &Permissions::summariesChanged);
         QSignalSpy refreshed(&permissions, &Permissions::refreshed);
 
-        QElapsedTimer clock;
-        clock.start();
+        // Both calls return while the probe is still held.
         permissions.refresh();
         permissions.refresh();
-        QVERIFY2(clock.elapsed() < 50, "refresh waited for the probe");
+        QCOMPARE(held->cameraAnswers.load(), 0);
         QCOMPARE(permissions.summaries()[1].state, PermissionState::unavailable);
+        gate.release(2);
 
         // The second request runs after the first and finds nothing new: one change, two answers.
-        QTRY_COMPARE_WITH_TIMEOUT(refreshed.size(), 2, 3000);
+        QTRY_COMPARE_WITH_TIMEOUT(refreshed.size(), 2, 10000);
         QCOMPARE(changed.size(), 1);
         QCOMPARE(permissions.summaries()[1].state, PermissionState::allowed);
     }

@@ -1,8 +1,7 @@
 #include "Clipboard/ClipboardStore.h"
-
+#include "EntryFactory.h"
 #include "TestEnvironment.h"
 
-#include <QCryptographicHash>
 #include <QDir>
 #include <QFile>
 #include <QFileInfo>
@@ -17,19 +16,6 @@
 #include <unistd.h>
 
 namespace {
-
-ClipboardCapture textCapture(const QString &text, const QDateTime &when = QDateTime::currentDateTime())
-{
-    ClipboardCapture capture;
-    capture.title = text;
-    capture.preview = text;
-    capture.sourceAppName = QStringLiteral("Editor");
-    capture.timestamp = when;
-    capture.textContent = text;
-    capture.fingerprint =
-        QString::fromLatin1(QCryptographicHash::hash(text.toUtf8(), QCryptographicHash::Sha256).toHex());
-    return capture;
-}
 
 QStringList titlesOf(const ClipboardStore &store)
 {
@@ -219,15 +205,15 @@ private slots:
         }
         const auto store = openStore(path);
         QVERIFY(store);
-        ClipboardCapture repeat = textCapture(QStringLiteral("again"), start.addSecs(120));
-        repeat.sourceAppName = QStringLiteral("Terminal");
+        const ClipboardCapture repeat =
+            textCapture(QStringLiteral("again"), start.addSecs(120), QStringLiteral("Files"));
         QVERIFY(store->insert(repeat));
 
         const ClipboardHistoryEntries entries = store->entries();
         QCOMPARE(entries.size(), 2);
         QCOMPARE(entries.first().id, id);
         QCOMPARE(entries.first().timestamp, repeat.timestamp);
-        QCOMPARE(entries.first().sourceAppName, QStringLiteral("Terminal"));
+        QCOMPARE(entries.first().sourceAppName, QStringLiteral("Files"));
         QCOMPARE(entries.first().isPinned, pinned);
     }
 
@@ -318,13 +304,11 @@ private slots:
     {
         const auto store = openStore(freshPath());
         QVERIFY(store);
-        QVERIFY(store->insert(textCapture(QStringLiteral("one"), QDateTime::currentDateTime().addSecs(-1))));
+        QVERIFY(store->insert(textCapture(QStringLiteral("one"), secondsAgo(1))));
         QVERIFY(store->insert(textCapture(QStringLiteral("two"))));
         const QUuid one = store->entries().last().id;
-        QVERIFY(store->togglePin(one));
-        QCOMPARE(store->record(one)->isPinned, true);
-        QVERIFY(store->togglePin(one));
-        QCOMPARE(store->record(one)->isPinned, false);
+        QVERIFY(store->togglePin(one) && store->record(one)->isPinned);
+        QVERIFY(store->togglePin(one) && !store->record(one)->isPinned);
         QVERIFY(store->deleteEntry(store->entries().first().id));
         QCOMPARE(titlesOf(*store), QStringList{"one"});
 
@@ -335,12 +319,10 @@ private slots:
             QVERIFY(!(pin ? store->togglePin(unknown, &error) : store->deleteEntry(unknown, &error)));
             QVERIFY2(error.contains(QStringLiteral("no clipboard item")), qPrintable(error));
         }
-        QCOMPARE(store->entries().size(), 1);
-        QCOMPARE(store->entries().first().isPinned, false);
         QString error;
-        QCOMPARE(store->record(unknown, &error), std::nullopt);
-        QCOMPARE(store->imageData(unknown, &error), std::nullopt);
-        QVERIFY(error.isEmpty());
+        QVERIFY(!store->record(unknown, &error) && !store->imageData(unknown, &error) && error.isEmpty());
+        QCOMPARE(store->entries().size(), 1);
+        QVERIFY(!store->entries().first().isPinned);
     }
 
     void unsuitableLocationIsRefusedAndLeftAlone_data()
@@ -429,6 +411,49 @@ private slots:
         QVERIFY(!store);
         QVERIFY2(error.contains(expectedError), qPrintable(error));
         QCOMPARE(snapshot(historyPath), before);
+    }
+
+    // Written one after another off the calling thread, announced in the order asked, and all on disk
+    // once the store is closed.
+    void enqueuedInsertsKeepTheirOrderAndSurviveClosing()
+    {
+        const QString path = freshPath();
+        auto store = openStore(path);
+        QVERIFY(store && store->insert(textCapture(QStringLiteral("pinned later"))));
+        const QUuid known = store->entries().value(0).id;
+        QStringList heard;
+        connect(
+            store.get(), &ClipboardStore::entryInserted, this,
+            [&heard](const ClipboardHistoryEntry &entry) { heard << QStringLiteral("new ") + entry.title; });
+        connect(store.get(), &ClipboardStore::entryChanged, this,
+                [&heard](const ClipboardHistoryEntry &entry) {
+                    heard << QStringLiteral("changed ") + entry.title;
+                });
+
+        store->enqueueInsert(textCapture(QStringLiteral("first")));
+        store->enqueueInsert(textCapture(QStringLiteral("second")));
+        QVERIFY(store->togglePin(known));
+        QCOMPARE(heard, (QStringList{"new first", "new second", "changed pinned later"}));
+        store->enqueueInsert(textCapture(QStringLiteral("while closing")));
+        store.reset();
+        QCOMPARE(titlesOf(*openStore(path)),
+                 (QStringList{"while closing", "second", "first", "pinned later"}));
+    }
+
+    // A long text does not stay in memory with its entry; pasting reads it back whole.
+    void longTextsAreReadBackWhenNeeded()
+    {
+        auto store = openStore(freshPath());
+        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
+        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
+        QVERIFY(store->insert(textCapture(text)));
+        QCOMPARE(inserted.size(), 1);
+        for (const ClipboardHistoryEntry &entry :
+             {inserted.at(0).at(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
+            QVERIFY(entry.textLeftInStore);
+            QCOMPARE(entry.textContent, std::nullopt);
+            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
+        }
     }
 
     void inMemoryStoresAreIndependent()

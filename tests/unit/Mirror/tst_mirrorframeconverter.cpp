@@ -57,6 +57,39 @@ QVideoFrame redFrame(QVideoFrameFormat::PixelFormat format)
     return frame;
 }
 
+// A 12×4 frame: green edges two pixels wide, red up to the middle and blue after it.
+QVideoFrame halvesFrame(QVideoFrameFormat::PixelFormat format)
+{
+    QVideoFrame frame(QVideoFrameFormat(QSize(12, 4), format));
+    if (!frame.map(QVideoFrame::WriteOnly))
+        return {};
+    const QColor colours[] = {Qt::green, Qt::red, Qt::blue};
+    // Video-range BT.601 of the same three.
+    constexpr uchar yuv[3][3] = {{145, 54, 34}, {redY, redU, redV}, {41, 240, 110}};
+    for (int row = 0; row < 4; ++row) {
+        uchar *line = frame.bits(0) + row * frame.bytesPerLine(0);
+        for (int x = 0; x < 12; ++x) {
+            const int c = x < 2 || x >= 10 ? 0 : x < 6 ? 1 : 2;
+            if (format == QVideoFrameFormat::Format_YUYV) {
+                line[x * 2] = yuv[c][0];
+                line[x * 2 + 1] = yuv[c][x % 2 ? 2 : 1];
+            } else {
+                const uchar bgrx[] = {uchar(colours[c].blue()), uchar(colours[c].green()),
+                                      uchar(colours[c].red()), 0xff};
+                std::copy(bgrx, bgrx + 4, line + x * 4);
+            }
+        }
+    }
+    frame.unmap();
+    return frame;
+}
+
+bool near(const QColor &a, const QColor &b)
+{
+    return std::abs(a.red() - b.red()) < 16 && std::abs(a.green() - b.green()) < 16 &&
+           std::abs(a.blue() - b.blue()) < 16;
+}
+
 } // namespace
 
 class tst_MirrorFrameConverter : public QObject
@@ -85,6 +118,35 @@ private Q_SLOTS:
             const QColor pixel = image.pixelColor(at);
             QVERIFY2(pixel.red() >= 250 && pixel.green() <= 5 && pixel.blue() <= 5, qPrintable(pixel.name()));
         }
+    }
+    void previewFramesAreCroppedScaledAndMirrored_data()
+    {
+        QTest::addColumn<int>("format");
+        QTest::addColumn<QSize>("size");
+        QTest::addColumn<bool>("mirrored");
+        QTest::addColumn<QColor>("left");
+        const auto yuyv = int(QVideoFrameFormat::Format_YUYV);
+        QTest::addRow("the sides cropped to the aspect, blocks averaged")
+            << yuyv << QSize(4, 2) << false << QColor(Qt::red);
+        QTest::addRow("mirrored: the sides swap") << yuyv << QSize(4, 2) << true << QColor(Qt::blue);
+        QTest::addRow("larger than the crop: scaled up") << yuyv << QSize(16, 8) << true << QColor(Qt::blue);
+        QTest::addRow("an RGB frame too")
+            << int(QVideoFrameFormat::Format_BGRX8888) << QSize(4, 2) << true << QColor(Qt::blue);
+    }
+
+    void previewFramesAreCroppedScaledAndMirrored()
+    {
+        QFETCH(int, format);
+        QFETCH(QSize, size);
+        QFETCH(bool, mirrored);
+        QFETCH(QColor, left);
+        const QColor right = left == QColor(Qt::red) ? QColor(Qt::blue) : QColor(Qt::red);
+        const QImage image = MirrorFrameConverter::toPreview(
+            halvesFrame(QVideoFrameFormat::PixelFormat(format)), size, mirrored);
+        QCOMPARE(image.size(), size);
+        QVERIFY2(near(image.pixelColor(0, 0), left), qPrintable(image.pixelColor(0, 0).name()));
+        const QPoint lastPixel(size.width() - 1, size.height() - 1);
+        QVERIFY2(near(image.pixelColor(lastPixel), right), qPrintable(image.pixelColor(lastPixel).name()));
     }
 };
 

@@ -1,6 +1,5 @@
+#include "Clipboard/ClipboardListModel.h"
 #include "EntryFactory.h"
-#include "StateFixture.h"
-#include "UI/ClipboardListModel.h"
 #include "UI/HubPopover.h"
 
 #include <QAbstractItemModelTester>
@@ -9,32 +8,18 @@
 
 #include <tuple>
 
-// The hub's list as QML sees it: order, sections, quick numbers, selection.
+// The history list as the hub shows it: order, sections, quick numbers, selection.
 class tst_ClipboardListModel : public QObject
 {
     Q_OBJECT
 
 private:
-    std::unique_ptr<StateFixture> m_fixture;
-    AppState *m_state = nullptr;
-
     QVariant role(const ClipboardListModel &model, int row, int role) const
     {
         return model.data(model.index(row), role);
     }
 
 private slots:
-    void init()
-    {
-        m_fixture = std::make_unique<StateFixture>();
-        m_state = &m_fixture->state;
-    }
-    void cleanup()
-    {
-        m_state = nullptr;
-        m_fixture.reset();
-    }
-
     void quickNumbersSkipPinnedEntries()
     {
         const QDateTime now = QDateTime::currentDateTime();
@@ -52,9 +37,21 @@ private slots:
         QVERIFY(!numbers.contains(entries.at(11).id));
     }
 
+    void todayBecomesYesterdayAtMidnight()
+    {
+        const QDateTime evening(QDate(2026, 3, 9), QTime(23, 59, 30));
+        ClipboardListModel model(nullptr);
+        model.setNow(evening);
+        model.setEntries({makeEntry(QStringLiteral("late"), evening.addSecs(-60))});
+        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Today"));
+        model.setNow(evening.addSecs(60));
+        model.refreshDay();
+        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Yesterday"));
+    }
+
     // Every change to the history reaches the list as row deltas, never a reset, so an open hub keeps
     // its scroll position and its selection. Rows start as: pinned "note" (Pinned), "alpha", "beta"
-    // (Today), "old" (an older section); "beta" is selected.
+    // (Today), "old" (an older section); "beta" is selected, unless a query selected its first row.
     void changesArriveAsRowDeltas_data()
     {
         QTest::addColumn<QString>("query");
@@ -72,26 +69,22 @@ private slots:
         QTest::addRow("insert of a non-match while searching changes no row")
             << "alp"
             << "copy zeta" << QStringList{"alpha"} << QStringList{""} << "alpha";
-        QTest::addRow("remove the selected row: the newest entry is selected")
+        QTest::addRow("remove the selected row: the next row takes its place")
             << QString() << "remove beta" << QStringList{"note", "alpha", "old"}
-            << QStringList{"Pinned", "Today", "*"} << "alpha";
-        QTest::addRow("pin moves a row between sections")
+            << QStringList{"Pinned", "Today", "*"} << "old";
+        QTest::addRow("remove the selected row and those below: the last row")
+            << QString() << "remove beta old" << QStringList{"note", "alpha"}
+            << QStringList{"Pinned", "Today"} << "alpha";
+        QTest::addRow("pin moves a row between sections, the selection stays")
             << QString() << "pin old" << QStringList{"note", "old", "alpha", "beta"}
             << QStringList{"Pinned", "Pinned", "Today", "Today"} << "beta";
-    }
-
-    void todayBecomesYesterdayAtMidnight()
-    {
-        const QDateTime evening(QDate(2026, 3, 9), QTime(23, 59, 30));
-        m_state->applyEntries({makeEntry(QStringLiteral("late"), evening.addSecs(-60))});
-        ClipboardListModel model(m_state);
-        model.setNow(evening);
-        model.refreshDay(); // same day: nothing to do
-        m_state->applyEntries({makeEntry(QStringLiteral("late"), evening.addSecs(-60))});
-        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Today"));
-        model.setNow(evening.addSecs(60));
-        model.refreshDay();
-        QCOMPARE(role(model, 0, ClipboardListModel::SectionRole).toString(), QStringLiteral("Yesterday"));
+        QTest::addRow("remove every row: nothing is selected")
+            << QString() << "remove note alpha beta old" << QStringList{} << QStringList{} << QString();
+        QTest::addRow("a new query selects the first row shown; a blank one shows every row")
+            << "beta"
+            << "search  \n"
+            << QStringList{"note", "alpha", "beta", "old"} << QStringList{"Pinned", "Today", "Today", "*"}
+            << "note";
     }
 
     void changesArriveAsRowDeltas()
@@ -102,7 +95,7 @@ private slots:
         QFETCH(QStringList, sections);
         QFETCH(QString, selected);
 
-        const QDateTime now = QDateTime::currentDateTime();
+        const QDateTime now(QDate(2026, 3, 9), QTime(12, 0));
         QHash<QString, ClipboardHistoryEntry> byTitle;
         ClipboardHistoryEntries entries;
         for (const auto &[title, when, pinned] :
@@ -111,24 +104,28 @@ private slots:
             entries << makeEntry(QLatin1String(title), when, pinned);
             byTitle.insert(QLatin1String(title), entries.last());
         }
-        m_state->applyEntries(entries, byTitle.value(QStringLiteral("beta")).id);
-        m_state->setSearchQuery(query);
-        if (!query.isEmpty())
-            m_state->setSelectedClipboardEntryID(byTitle.value(selected).id);
-        ClipboardListModel model(m_state);
+        ClipboardListModel model(nullptr);
         model.setNow(now);
+        model.setEntries(entries, byTitle.value(QStringLiteral("beta")).id);
+        model.setSearchQuery(query);
         QAbstractItemModelTester tester(&model, QAbstractItemModelTester::FailureReportingMode::QtTest);
         QSignalSpy reset(&model, &QAbstractItemModel::modelReset);
 
-        const QString subject = change.section(u' ', 1);
-        if (change.startsWith(QLatin1String("copy"))) {
-            m_state->insertEntry(makeEntry(subject, now.addSecs(-1)));
-        } else if (change.startsWith(QLatin1String("remove"))) {
-            m_state->removeEntries({byTitle.value(subject).id});
-        } else {
-            ClipboardHistoryEntry pinned = byTitle.value(subject);
+        const QString verb = change.section(u' ', 0, 0);
+        const QStringList words = change.section(u' ', 1).split(u' ');
+        if (verb == QLatin1String("copy")) {
+            model.insertEntry(makeEntry(words.first(), now.addSecs(-1)));
+        } else if (verb == QLatin1String("remove")) {
+            QList<QUuid> ids;
+            for (const QString &title : std::as_const(words))
+                ids << byTitle.value(title).id;
+            model.removeEntries(ids);
+        } else if (verb == QLatin1String("pin")) {
+            ClipboardHistoryEntry pinned = byTitle.value(words.first());
             pinned.isPinned = true;
-            m_state->insertEntry(pinned);
+            model.insertEntry(pinned);
+        } else {
+            model.setSearchQuery(change.section(u' ', 1));
         }
 
         QCOMPARE(reset.count(), 0);
@@ -145,7 +142,8 @@ private slots:
         QCOMPARE(actualRows, rows);
         QCOMPARE(actualSections, sections);
         QCOMPARE(model.selectedRow(), rows.indexOf(selected));
-        QVERIFY(role(model, model.selectedRow(), ClipboardListModel::IsSelectedRole).toBool());
+        QCOMPARE(role(model, model.selectedRow(), ClipboardListModel::IsSelectedRole).toBool(),
+                 !selected.isEmpty());
     }
 
     void colourCodesBecomeSwatches_data()

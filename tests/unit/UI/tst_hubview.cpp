@@ -1,7 +1,7 @@
+#include "Clipboard/ClipboardListModel.h"
 #include "EntryFactory.h"
 #include "RecordingCommander.h"
 #include "StateFixture.h"
-#include "UI/ClipboardListModel.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
 
