@@ -33,7 +33,7 @@ LSAN_OPTIONS="suppressions=$PWD/tests/sanitizers/lsan.supp:print_suppressions=0"
 
 # New inputs found here go to a scratch folder; the checked-in corpus changes only by hand.
 cmake --preset fuzz >/dev/null
-cmake --build --preset fuzz
+cmake --build --preset fuzz --target fuzz_capture fuzz_search fuzz_pasteboard fuzz_preferences
 scratch="$(mktemp -d)"
 trap 'rm -rf "$scratch"' EXIT
 for corpus in tests/fuzz/corpus/*/; do
