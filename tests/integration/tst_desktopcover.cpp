@@ -2,6 +2,7 @@
 #include "Desktop/DesktopCoverWindow.h"
 #include "DesktopTools.h"
 #include "PeerProcess.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QAbstractNativeEventFilter>
@@ -108,9 +109,9 @@ class TestDesktopCover final : public QObject
         m_manager->setHidden(true);
         m_manager->rebuildCovers();
         const QList<DesktopCoverWindow *> covers = m_manager->covers();
-        return QTest::qWaitFor([&] {
-            return std::all_of(covers.begin(), covers.end(), [](auto *c) { return c->isExposed(); });
-        });
+        return QTest::qWaitFor(
+            [&] { return std::all_of(covers.begin(), covers.end(), [](auto *c) { return c->isExposed(); }); },
+            scaledTimeout(5000));
     }
 
 private slots:
@@ -122,11 +123,11 @@ private slots:
             QSKIP("xrandr or xdotool is not installed (scripts/install-deps.sh test)");
         QVERIFY(xrandr({"--setmonitor", "LEFT", "960/254x1080/286+0+0", "screen"}));
         QVERIFY(xrandr({"--setmonitor", "RIGHT", "960/254x1080/286+960+0", "none"}));
-        QTRY_COMPARE(QGuiApplication::screens().size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::screens().size(), 2, scaledTimeout(5000));
         m_desktop = std::make_unique<PlainWindow>("DESKTOP", QRect(0, 0, 1920, 1080), desktopColor);
         m_application = std::make_unique<PlainWindow>("NORMAL", QRect(300, 200, 400, 300), applicationColor);
-        QTRY_COMPARE(pixelOnScreen(500, 350), QColor(applicationColor));
-        QTRY_COMPARE(pixelOnScreen(100, 900), QColor(desktopColor));
+        QTRY_COMPARE_WITH_TIMEOUT(pixelOnScreen(500, 350), QColor(applicationColor), scaledTimeout(5000));
+        QTRY_COMPARE_WITH_TIMEOUT(pixelOnScreen(100, 900), QColor(desktopColor), scaledTimeout(5000));
         QVERIFY(xdotool({"windowactivate", "--sync", QString::number(m_application->id)}));
     }
     void cleanupTestCase()
@@ -164,7 +165,7 @@ private slots:
                    pixelOnScreen(1800, 900) == QColor(Qt::blue) &&
                    pixelOnScreen(500, 350) == QColor(applicationColor);
         };
-        QTRY_VERIFY(stacked());
+        QTRY_VERIFY_WITH_TIMEOUT(stacked(), scaledTimeout(5000));
 
         // The keyboard stays with the application, and the covers stay out of the window list.
         auto *focus = xcb_get_input_focus_reply(connection(), xcb_get_input_focus(connection()), nullptr);
@@ -178,13 +179,13 @@ private slots:
 
         // The window manager restacks its desktop window: the covers follow.
         QVERIFY(xdotool({"windowraise", QString::number(m_desktop->id)}));
-        QTRY_VERIFY(stacked());
+        QTRY_VERIFY_WITH_TIMEOUT(stacked(), scaledTimeout(5000));
 
         // Another virtual desktop: the covers stay; the application window is left behind.
         QVERIFY(xdotool({"set_desktop", "1"}));
-        QTRY_COMPARE(pixelOnScreen(500, 350), QColor(Qt::red));
+        QTRY_COMPARE_WITH_TIMEOUT(pixelOnScreen(500, 350), QColor(Qt::red), scaledTimeout(5000));
         QVERIFY(xdotool({"set_desktop", "0"}));
-        QTRY_VERIFY(stacked());
+        QTRY_VERIFY_WITH_TIMEOUT(stacked(), scaledTimeout(5000));
         QVERIFY(publishRootBackground(QImage()));
     }
 
@@ -198,10 +199,11 @@ private slots:
                 QDebug(&text) << cover->geometry();
             return text;
         };
-        QTRY_VERIFY2(m_manager->covers().size() == 3 && geometries().contains("QRect(320,300 640x480)"),
-                     qPrintable(geometries()));
+        QTRY_VERIFY2_WITH_TIMEOUT(m_manager->covers().size() == 3 &&
+                                      geometries().contains("QRect(320,300 640x480)"),
+                                  qPrintable(geometries()), scaledTimeout(5000));
         QVERIFY(xrandr({"--delmonitor", "THIRD"}));
-        QTRY_COMPARE(m_manager->covers().size(), 2);
+        QTRY_COMPARE_WITH_TIMEOUT(m_manager->covers().size(), 2, scaledTimeout(5000));
     }
 
     void clicksPassThroughOrStop_data()
@@ -227,12 +229,12 @@ private slots:
         m_desktop->clicks.clear();
         QVERIFY(xdotool({"mousemove", "--sync", QString::number(x), "900", "click", "--repeat",
                          QString::number(clicks), "--delay", "80", "1"}));
-        QTRY_COMPARE(m_manager->covers().isEmpty(), doubleClickReveals);
+        QTRY_COMPARE_WITH_TIMEOUT(m_manager->covers().isEmpty(), doubleClickReveals, scaledTimeout(5000));
         QCOMPARE(revealed, doubleClickReveals ? 1 : 0);
         m_manager->removeCovers();
         // X delivers in order: a click that got through arrives before this one.
         QVERIFY(xdotool({"mousemove", "--sync", QString::number(x + 1), "900", "click", "1"}));
-        QTRY_VERIFY(!m_desktop->clicks.isEmpty());
+        QTRY_VERIFY_WITH_TIMEOUT(!m_desktop->clicks.isEmpty(), scaledTimeout(5000));
         QCOMPARE(m_desktop->clicks.first(), QPoint(consumesClicks ? x + 1 : x, 900));
     }
 };

@@ -1,6 +1,7 @@
 #include "DesktopTools.h"
 #include "HalcyProcess.h"
 #include "PeerProcess.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QRegularExpression>
@@ -109,15 +110,15 @@ private slots:
     {
         HalcyProcess &halcy = running();
         QVERIFY2(halcy.process().state() == QProcess::Running, qPrintable(halcy.log()));
-        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(trayIconGeometry().isValid(), scaledTimeout(10000));
         QVERIFY(!hubIsShown());
 
         QString output;
         QCOMPARE(halcy.runClient({}, &output), 0);
         QVERIFY2(output.contains(QLatin1String("already running")), qPrintable(output));
-        QTRY_VERIFY_WITH_TIMEOUT(hubIsShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(hubIsShown(), scaledTimeout(10000));
         QCOMPARE(halcy.runClient({QStringLiteral("show")}), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(!hubIsShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!hubIsShown(), scaledTimeout(10000));
         QCOMPARE(halcy.process().state(), QProcess::Running);
     }
 
@@ -131,9 +132,9 @@ private slots:
         };
         QVERIFY(!bubbleShown());
         QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(bubbleShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(bubbleShown(), scaledTimeout(10000));
         QCOMPARE(m_halcy.runClient({QStringLiteral("toggle-mirror")}), 0);
-        QTRY_VERIFY_WITH_TIMEOUT(!bubbleShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!bubbleShown(), scaledTimeout(10000));
     }
 
     void copiesLandInTheHistoryFileAndSurviveARestart()
@@ -149,7 +150,7 @@ private slots:
                            const StoredRecord newest = readHistory(m_halcy).value(0);
                            return newest.text == text && newest.timestamp > newestBefore;
                        },
-                       10000);
+                       scaledTimeout(10000));
         };
         QVERIFY2(running().process().state() == QProcess::Running, qPrintable(m_halcy.log()));
         QVERIFY(copy());
@@ -183,7 +184,7 @@ private slots:
         PeerProcess owner(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
         QVERIFY(owner.start({QStringLiteral("--text"), text, QStringLiteral("--type"),
                              QStringLiteral("text/html=<b>rich</b>")}));
-        QTRY_COMPARE_WITH_TIMEOUT(readHistory(m_halcy).value(0).text, text, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(readHistory(m_halcy).value(0).text, text, scaledTimeout(10000));
         const StoredRecord recorded = readHistory(m_halcy).value(0);
 
         if (ownerQuitsCleanly)
@@ -191,7 +192,8 @@ private slots:
         else
             owner.stop(); // SIGTERM: no chance to hand anything over
 
-        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::optional<QByteArray>(text.toUtf8()), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::optional<QByteArray>(text.toUtf8()),
+                                  scaledTimeout(10000));
         // Only a handover keeps what the history does not.
         QCOMPARE(xclipOutput(QStringLiteral("text/html")) == QByteArray("<b>rich</b>"), ownerQuitsCleanly);
         // Marked as Halcy's own, so not recorded again.
@@ -229,7 +231,7 @@ private slots:
             runTool("xdotool", {"search", "--onlyvisible", "--name", "Desktop icons hidden"})
                     .value_or(ToolResult())
                     .exitCode == 0,
-            10000);
+            scaledTimeout(10000));
         ::kill(pid_t(halcy.pid()), SIGTERM);
         QVERIFY(halcy.waitForExit());
         QCOMPARE(halcy.process().exitCode(), 0);

@@ -7,6 +7,7 @@
 #include "Shell/AppCoordinator.h"
 #include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
+#include "TestTime.h"
 #include "UI/HubController.h"
 #include "UI/HubPopover.h"
 #include "X11TestMain.h"
@@ -95,15 +96,15 @@ private slots:
         // A right click opens the menu, not the hub.
         QMenu *menu = m_app->statusItemController()->menu();
         QVERIFY(clickAt(icon.center(), 3));
-        QTRY_VERIFY_WITH_TIMEOUT(menu->isVisible(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(menu->isVisible(), scaledTimeout(10000));
         QVERIFY(!hub()->isShown());
         QVERIFY(pressKeys(QStringLiteral("Escape")));
-        QTRY_VERIFY_WITH_TIMEOUT(!menu->isVisible(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!menu->isVisible(), scaledTimeout(10000));
 
         // First click: the hub hangs below the icon, wholly on screen, and takes the keyboard.
         QVERIFY(clickAt(icon.center(), 1));
-        QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(view()->geometry().top() > icon.bottom(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), scaledTimeout(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(view()->geometry().top() > icon.bottom(), scaledTimeout(10000));
         const QRect placed = view()->geometry();
         QCOMPARE(placed.size(), HubPopover::contentSize);
         QVERIFY(view()->screen()->geometry().contains(placed));
@@ -124,7 +125,7 @@ private slots:
         QCOMPARE(QPoint(absolute("X"), absolute("Y")), placed.topLeft());
         QTRY_VERIFY_WITH_TIMEOUT(
             view()->rootObject()->findChild<QQuickItem *>(QStringLiteral("searchField"))->hasActiveFocus(),
-            10000);
+            scaledTimeout(10000));
 
         // Second click on the icon, at a person's pace (a quicker one is a double click, which the tray
         // reports as such): the hub is gone and stays gone, whether the click took the focus from it first
@@ -132,7 +133,7 @@ private slots:
         const int doubleClickMs = QGuiApplication::styleHints()->mouseDoubleClickInterval();
         spinEventLoop(doubleClickMs + 100);
         QVERIFY(clickAt(icon.center(), 1));
-        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
         spinEventLoop(700);
         QVERIFY(!hub()->isShown());
 
@@ -146,11 +147,11 @@ private slots:
         QVERIFY(activatePeerWindow(other) && peerHasFocus(other));
         QVERIFY(clickAt(icon.center(), 1));
         QTRY_VERIFY2_WITH_TIMEOUT(hub()->isShown() && view()->isActive(), qPrintable(whoHasTheKeyboard()),
-                                  10000);
+                                  scaledTimeout(10000));
         spinEventLoop(doubleClickMs + 100);
         QVERIFY(hub()->isShown());
         QVERIFY(clickAt(QPoint(300, 320), 1));
-        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
         QVERIFY(peerHasFocus(other));
     }
 
@@ -164,7 +165,8 @@ private slots:
         // Typing goes to the search at once, not to the application behind.
         QVERIFY(xdotool({QStringLiteral("type"), QStringLiteral("--delay"), QStringLiteral("40"),
                          QStringLiteral("abc")}));
-        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QStringLiteral("abc"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QStringLiteral("abc"),
+                                  scaledTimeout(10000));
         QCOMPARE(peerText(peer), QString());
         m_app->appState()->setSearchQuery(QString());
 
@@ -172,12 +174,13 @@ private slots:
         PeerProcess copier(QStringLiteral(HALCY_TEST_PEERS_DIR "/clipboard_peer"));
         QVERIFY2(copier.start({QStringLiteral("--text"), QStringLiteral("copied while the hub is open")}),
                  qPrintable(copier.errorOutput()));
-        QTRY_VERIFY_WITH_TIMEOUT(rowItem(QStringLiteral("copied while the hub is open")), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(rowItem(QStringLiteral("copied while the hub is open")),
+                                 scaledTimeout(10000));
         QCOMPARE(rowItem(QStringLiteral("copied while the hub is open"))->property("index").toInt(), 0);
         QVERIFY(hub()->isShown());
 
         QVERIFY(pressKeys(QStringLiteral("super+shift+v")));
-        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
         // The window manager gives the keyboard back to the application the user was in.
         QVERIFY(peerHasFocus(peer));
     }
@@ -203,17 +206,18 @@ private slots:
         QVERIFY2(field.start({}), qPrintable(field.errorOutput()));
         QVERIFY(activatePeerWindow(field) && peerHasFocus(field));
         QVERIFY(openHubWithShortcut());
-        QTRY_VERIFY_WITH_TIMEOUT(rowItem(picked), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(rowItem(picked), scaledTimeout(10000));
 
         if (keys.isEmpty())
             QVERIFY(clickAt(globalCentre(rowItem(picked)), 1));
         else
             QVERIFY(pressKeys(keys));
 
-        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput().value_or(QByteArray()), picked.toUtf8(), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(xclipOutput().value_or(QByteArray()), picked.toUtf8(),
+                                  scaledTimeout(10000));
         if (pastes) {
-            QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), 10000);
-            QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, 10000);
+            QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
+            QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, scaledTimeout(10000));
             QCOMPARE(m_app->appState()->clipboardStatusMessage(), QStringLiteral("Pasted"));
         } else {
             QVERIFY(hub()->isShown());
@@ -263,8 +267,8 @@ private:
             const QRect now = trayIconGeometry();
             return now.isValid() && std::exchange(docked, now) == now;
         };
-        QTRY_VERIFY_WITH_TIMEOUT(settled(), 10000);
-        QTRY_VERIFY_WITH_TIMEOUT(view() && view()->rootObject(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(settled(), scaledTimeout(10000));
+        QTRY_VERIFY_WITH_TIMEOUT(view() && view()->rootObject(), scaledTimeout(10000));
     }
 
     HubPopover *hub() const { return m_app->statusItemController()->popover(); }
@@ -292,7 +296,7 @@ private:
     {
         if (!pressKeys(QStringLiteral("super+shift+v")))
             return false;
-        return QTest::qWaitFor([&] { return hub()->isShown() && view()->isActive(); }, 10000);
+        return QTest::qWaitFor([&] { return hub()->isShown() && view()->isActive(); }, scaledTimeout(10000));
     }
 
     std::unique_ptr<TestEnvironment> m_env;

@@ -1,4 +1,5 @@
 #include "Mirror/MicrophoneLevelMonitor.h"
+#include "TestTime.h"
 
 #include <QGuiApplication>
 #include <QProcess>
@@ -16,7 +17,7 @@ private Q_SLOTS:
         QProcess pactl;
         pactl.setStandardOutputFile(QProcess::nullDevice());
         pactl.start(QStringLiteral("pactl"), {QStringLiteral("info")});
-        if (!pactl.waitForFinished() || pactl.exitCode() != 0)
+        if (!pactl.waitForFinished(scaledTimeout(30000)) || pactl.exitCode() != 0)
             QSKIP("needs the PulseAudio of scripts/desktop-session.sh");
     }
 
@@ -28,10 +29,10 @@ private Q_SLOTS:
         QSignalSpy levels(&monitor, &MicrophoneLevelMonitor::levelChanged);
         monitor.start();
         QCOMPARE(monitor.stateLabel(), QStringLiteral("Starting mic"));
-        QTRY_COMPARE_WITH_TIMEOUT(monitor.stateLabel(), QStringLiteral("Mic live"), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(monitor.stateLabel(), QStringLiteral("Mic live"), scaledTimeout(5000));
         // (-9.03 + 50) / 50
         QTRY_VERIFY2_WITH_TIMEOUT(std::abs(monitor.level() - 0.819) < 0.02,
-                                  qPrintable(QString::number(monitor.level())), 5000);
+                                  qPrintable(QString::number(monitor.level())), scaledTimeout(5000));
 
         monitor.stop();
         QCOMPARE(monitor.stateLabel(), QStringLiteral("Mic off"));

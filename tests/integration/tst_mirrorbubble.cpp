@@ -5,6 +5,7 @@
 #include "Mirror/MirrorCameraEngine.h"
 #include "Mirror/MirrorGeometry.h"
 #include "Mirror/MirrorWindowController.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QMouseEvent>
@@ -59,7 +60,7 @@ struct Bubble
     bool showAndSettle()
     {
         controller.show();
-        return QTest::qWaitForWindowExposed(window());
+        return QTest::qWaitForWindowExposed(window(), scaledTimeout(5000));
     }
 
     void setShape(MirrorShape shape)
@@ -91,7 +92,7 @@ bool xrandr(const QStringList &arguments)
     process.setStandardOutputFile(QProcess::nullDevice());
     process.setStandardErrorFile(QProcess::nullDevice());
     process.start(QStringLiteral("xrandr"), arguments);
-    return process.waitForFinished() && process.exitCode() == 0;
+    return process.waitForFinished(scaledTimeout(30000)) && process.exitCode() == 0;
 }
 
 } // namespace
@@ -109,8 +110,10 @@ private Q_SLOTS:
         QSignalSpy opened(&bubble.controller, &MirrorWindowController::openChanged);
         QVERIFY(bubble.showAndSettle());
         QCOMPARE(opened.count(), 1);
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 225));
-        QTRY_COMPARE(bubble.engine.state().kind(), MirrorCameraState::Kind::running);
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 225),
+                                  scaledTimeout(5000));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.engine.state().kind(), MirrorCameraState::Kind::running,
+                                  scaledTimeout(5000));
         // Opening the bubble leaves the keyboard where it was.
         QVERIFY(!bubble.window()->isActive());
 
@@ -119,7 +122,7 @@ private Q_SLOTS:
         QCOMPARE(opened.count(), 2);
         QCOMPARE(bubble.engine.state().kind(), MirrorCameraState::Kind::stopped);
         QCOMPARE(bubble.microphone.state().kind(), MicrophoneMeterState::Kind::stopped);
-        QTRY_VERIFY(!bubble.window()->isVisible());
+        QTRY_VERIFY_WITH_TIMEOUT(!bubble.window()->isVisible(), scaledTimeout(5000));
     }
 
     // Real wheel notches over the bubble: 15 degrees each, resizing around the centre within 140…900.
@@ -138,10 +141,11 @@ private Q_SLOTS:
         QFETCH(int, width);
         Bubble bubble;
         QVERIFY(bubble.showAndSettle());
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 225));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 225),
+                                  scaledTimeout(5000));
         const QPoint centre = bubble.window()->geometry().center();
         QVERIFY(wheel(centre, notches));
-        QTRY_COMPARE(bubble.window()->width(), width);
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->width(), width, scaledTimeout(5000));
         const QRect frame = bubble.window()->geometry();
         QCOMPARE(frame.height(), qRound(width * 3 / 4.0));
         // Each notch rounds to whole pixels, so many notches may drift by a pixel or two.
@@ -155,11 +159,14 @@ private Q_SLOTS:
     {
         Bubble bubble;
         QVERIFY(bubble.showAndSettle());
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 225));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 225),
+                                  scaledTimeout(5000));
         bubble.setShape(MirrorShape::circle);
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 300));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 300),
+                                  scaledTimeout(5000));
         bubble.setShape(MirrorShape::roundedRectangle);
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 225));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 225),
+                                  scaledTimeout(5000));
     }
 
     // Two monitors side by side; a bubble left on the right one comes back there, and inside the left one
@@ -196,11 +203,12 @@ private Q_SLOTS:
             xrandr({QStringLiteral("--delmonitor"), right});
             xrandr({QStringLiteral("--delmonitor"), left});
         });
-        QTRY_COMPARE(QGuiApplication::screens().size(), removeRight ? 1 : 2);
+        QTRY_COMPARE_WITH_TIMEOUT(QGuiApplication::screens().size(), removeRight ? 1 : 2,
+                                  scaledTimeout(5000));
 
         Bubble bubble(MirrorShape::roundedRectangle, saved);
         QVERIFY(bubble.showAndSettle());
-        QTRY_COMPARE(bubble.window()->geometry(), shown);
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), shown, scaledTimeout(5000));
     }
 
     // Without a compositor the circle is cut out of the window: a click on its corner reaches the window
@@ -211,12 +219,13 @@ private Q_SLOTS:
         ClickTarget below;
         below.setGeometry(160, 160, 300, 300);
         below.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&below));
+        QVERIFY(QTest::qWaitForWindowExposed(&below, scaledTimeout(5000)));
         QVERIFY(bubble.showAndSettle());
-        QTRY_COMPARE(bubble.window()->geometry(), QRect(160, 160, 300, 300));
+        QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->geometry(), QRect(160, 160, 300, 300),
+                                  scaledTimeout(5000));
 
         QVERIFY(click(QPoint(165, 165)));
-        QTRY_COMPARE(below.presses, 1);
+        QTRY_COMPARE_WITH_TIMEOUT(below.presses, 1, scaledTimeout(5000));
         // Inside the circle the bubble takes the click (and starts a move that goes nowhere).
         QVERIFY(click(QPoint(310, 310)));
         QTest::qWait(300);

@@ -5,6 +5,7 @@
 #include "Mirror/MirrorWindowController.h"
 #include "Mirror/QtCameraBackend.h"
 #include "Platform/Pasteboard.h"
+#include "TestTime.h"
 
 #include <QApplication>
 #include <QElapsedTimer>
@@ -39,27 +40,29 @@ private Q_SLOTS:
         controller.setSettings(settings);
 
         controller.show();
-        QTRY_COMPARE_WITH_TIMEOUT(engine.state().kind(), MirrorCameraState::Kind::running, 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(engine.state().kind(), MirrorCameraState::Kind::running,
+                                  scaledTimeout(10000));
         auto *preview = controller.window()->rootObject()->findChild<MirrorPreviewItem *>(
             QStringLiteral("mirrorPreview"));
         QVERIFY(preview);
         QSignalSpy drawn(preview, &MirrorPreviewItem::frameDrawn);
         // The preview keeps moving: frames reach the screen for two seconds on end, not one and then
         // nothing.
-        QTRY_VERIFY_WITH_TIMEOUT(drawn.count() >= 1, 5000);
+        QTRY_VERIFY_WITH_TIMEOUT(drawn.count() >= 1, scaledTimeout(5000));
         const int first = drawn.count();
         QTest::qWait(2000);
         QVERIFY2(drawn.count() - first >= 20, qPrintable(QString::number(drawn.count() - first)));
 
         engine.takeSnapshot();
-        QTRY_COMPARE_WITH_TIMEOUT(engine.snapshotStatus(), MirrorCameraEngine::copiedMessage(), 5000);
+        QTRY_COMPARE_WITH_TIMEOUT(engine.snapshotStatus(), MirrorCameraEngine::copiedMessage(),
+                                  scaledTimeout(5000));
         const std::optional<QByteArray> png = xclipOutput(QStringLiteral("image/png"));
         QVERIFY(png);
         QCOMPARE(QImage::fromData(*png, "PNG").size(), QSize(640, 480));
 
         controller.close();
         QCOMPARE(engine.state().kind(), MirrorCameraState::Kind::stopped);
-        QTRY_VERIFY(engine.frames()->latest().image.isNull());
+        QTRY_VERIFY_WITH_TIMEOUT(engine.frames()->latest().image.isNull(), scaledTimeout(5000));
     }
 };
 

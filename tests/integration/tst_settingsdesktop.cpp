@@ -4,6 +4,7 @@
 #include "HalcyProcess.h"
 #include "RecordingCommander.h"
 #include "TestEnvironment.h"
+#include "TestTime.h"
 #include "UI/SettingsWindowController.h"
 #include "X11TestMain.h"
 
@@ -40,7 +41,7 @@ private slots:
                                           m_env.root() + QStringLiteral("/windows.ini"));
         settings.show();
         QQuickView *window = settings.window();
-        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), scaledTimeout(10000));
         QCOMPARE(window->title(), QStringLiteral("Halcy Settings"));
         QCOMPARE(window->size(), SettingsWindowController::contentSize);
 
@@ -52,11 +53,11 @@ private slots:
         QVERIFY(xdotool({QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"),
                          QStringLiteral("another application"), QStringLiteral("windowactivate"),
                          QStringLiteral("--sync")}));
-        QTRY_VERIFY_WITH_TIMEOUT(!window->isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(!window->isActive(), scaledTimeout(10000));
         m_state.setSelectedSettingsTab(SettingsTab::about);
         settings.show();
         QCOMPARE(settings.window(), window);
-        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isActive(), scaledTimeout(10000));
         QCOMPARE(shownTab(window), int(SettingsTab::about));
     }
 
@@ -77,13 +78,13 @@ private slots:
         SettingsWindowController settings(&m_state, &m_commander, nullptr, nullptr, nullptr, statePath);
         settings.show();
         QQuickView *window = settings.window();
-        QTRY_VERIFY_WITH_TIMEOUT(window->isExposed(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(window->isExposed(), scaledTimeout(10000));
         const QRect screen = QGuiApplication::primaryScreen()->availableGeometry();
         const QPoint expected = kept ? saved : screen.center() - QPoint(270, 240);
         // The window manager may nudge a window by its frame.
         QTRY_VERIFY2_WITH_TIMEOUT((window->position() - expected).manhattanLength() < 60,
                                   qPrintable(QStringLiteral("at %1,%2").arg(window->x()).arg(window->y())),
-                                  10000);
+                                  scaledTimeout(10000));
         window->close();
         QCOMPARE(QSettings(statePath, QSettings::IniFormat)
                      .value(QStringLiteral("HalcySettingsWindow/position"))
@@ -102,7 +103,8 @@ private slots:
                          QStringLiteral("--sync")}));
         // Closed on its first page, by the window manager's close key.
         QVERIFY(pressKeys(QStringLiteral("alt+F4")));
-        QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")),
+                                 scaledTimeout(10000));
         QFile file(preferences);
         QVERIFY(file.open(QIODevice::ReadOnly));
         QVERIFY(file.readAll().contains("\"Halcy.hasCompletedOnboarding\": true"));

@@ -2,6 +2,7 @@
 #include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "TestEnvironment.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QDir>
@@ -87,7 +88,7 @@ private slots:
 
         X11FrontmostApplication frontmost;
         QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(WindowClass()).className,
-                                  windowClass, 10000);
+                                  windowClass, scaledTimeout(10000));
         QCOMPARE(frontmost.activeWindowClass()->instance, QStringLiteral("text_field_peer"));
         QCOMPARE(frontmost.name(), expected);
     }
@@ -98,15 +99,15 @@ private slots:
         PeerProcess peer(m_peerPath);
         QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerEditor")), qPrintable(peer.errorOutput()));
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), scaledTimeout(10000));
 
         QWindow ours;
         ours.resize(200, 100);
         ours.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&ours));
+        QVERIFY(QTest::qWaitForWindowExposed(&ours, scaledTimeout(5000)));
         QVERIFY(xdotool(
             {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(ours.winId())}));
-        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), scaledTimeout(10000));
         QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
     }
 
@@ -116,11 +117,12 @@ private slots:
             PeerProcess peer(m_peerPath);
             QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerGone")), qPrintable(peer.errorOutput()));
             X11FrontmostApplication frontmost;
-            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("HalcyPeerGone"), 10000);
+            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("HalcyPeerGone"),
+                                      scaledTimeout(10000));
         }
         // The only application window is gone; the window manager leaves nothing active.
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QString(), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QString(), scaledTimeout(10000));
         QVERIFY(!frontmost.activeWindowClass());
     }
 };

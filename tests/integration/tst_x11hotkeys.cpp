@@ -1,6 +1,7 @@
 #include "DesktopTools.h"
 #include "PeerProcess.h"
 #include "Platform/X11/X11HotkeyRegistrar.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QRegularExpression>
@@ -169,14 +170,14 @@ private slots:
             QVERIFY(press(combination));
         }
         if (id != 0) {
-            QTRY_COMPARE(pressed.size(), 1);
+            QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), 1, scaledTimeout(5000));
             QCOMPARE(pressed.at(0).at(0).value<quint32>(), id);
         }
         spinEventLoop(300);
         QCOMPARE(pressed.size(), id != 0 ? 1 : 0);
         // The grabs still answer afterwards.
         QVERIFY(press(QStringLiteral("super+shift+v")));
-        QTRY_COMPARE(pressed.size(), id != 0 ? 2 : 1);
+        QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), id != 0 ? 2 : 1, scaledTimeout(5000));
     }
 
     void partlyTakenCombinationLeavesNothingGrabbed()
@@ -232,7 +233,7 @@ private slots:
         OtherClient other;
         QVERIFY(other.grabInEveryLockState(keysymM, controlSuper));
         QVERIFY(press(QStringLiteral("ctrl+super+d")));
-        QTRY_COMPARE(pressed.size(), 1);
+        QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), 1, scaledTimeout(5000));
         QCOMPARE(pressed.at(0).at(0).value<quint32>(), 7u);
     }
 
@@ -252,8 +253,8 @@ private slots:
             QSKIP("setxkbmap cannot switch the layout here");
 
         QTRY_VERIFY_WITH_TIMEOUT(pressKeys(QStringLiteral("super+shift+v")) &&
-                                     QTest::qWaitFor([&] { return !pressed.isEmpty(); }, 200),
-                                 10000);
+                                     QTest::qWaitFor([&] { return !pressed.isEmpty(); }, scaledTimeout(200)),
+                                 scaledTimeout(10000));
         spinEventLoop(300); // presses sent before the grab moved may still be on their way
         const qsizetype afterMove = pressed.size();
         for (const QList<QVariant> &press : std::as_const(pressed))

@@ -4,6 +4,7 @@
 #include "Platform/X11/X11FrontmostApplication.h"
 #include "Platform/X11/X11KeystrokePoster.h"
 #include "Platform/X11/X11Pasteboard.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QFile>
@@ -82,7 +83,7 @@ private slots:
             QVERIFY(xdotool(QStringList{QStringLiteral("keyup")} + heldKeys));
 
         // The field fetches the text from us, so keep serving while asking.
-        if (!QTest::qWaitFor([&] { return peerText(peer) == expected; }, 5000))
+        if (!QTest::qWaitFor([&] { return peerText(peer) == expected; }, scaledTimeout(5000)))
             qWarning().noquote() << "text field peer said:" << peer.errorOutput();
         QCOMPARE(peerText(peer), expected);
     }
@@ -115,7 +116,7 @@ private slots:
                                                           QStringLiteral("cat > '%1'").arg(output)});
         auto stop = qScopeGuard([&] {
             terminal.kill();
-            terminal.waitForFinished(3000);
+            terminal.waitForFinished(scaledTimeout(3000));
         });
         QString window;
         QTRY_VERIFY_WITH_TIMEOUT(([&] {
@@ -126,7 +127,7 @@ private slots:
                                                     : QString();
                                      return !window.isEmpty();
                                  }()),
-                                 15000);
+                                 scaledTimeout(15000));
         QVERIFY(xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"), window}));
 
         X11Pasteboard pasteboard;
@@ -144,7 +145,7 @@ private slots:
                                      return file.open(QIODevice::ReadOnly) &&
                                             file.readAll() == "echo pasted by Halcy \xe2\x9c\x93\n";
                                  }()),
-                                 8000);
+                                 scaledTimeout(8000));
     }
 };
 

@@ -7,6 +7,7 @@
 #include "Platform/X11/X11Pasteboard.h"
 #include "RecordingMonitorDelegate.h"
 #include "SampleContent.h"
+#include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QDeadlineTimer>
@@ -28,7 +29,8 @@ using Status = PasteboardContent::Status;
 bool awaitAnnouncedChange(Pasteboard &pasteboard)
 {
     const qint64 read = pasteboard.property("lastReadChange").toLongLong();
-    const bool announced = QTest::qWaitFor([&] { return pasteboard.changeCount() > read; }, 5000);
+    const bool announced =
+        QTest::qWaitFor([&] { return pasteboard.changeCount() > read; }, scaledTimeout(5000));
     pasteboard.setProperty("lastReadChange", pasteboard.changeCount());
     if (!announced)
         qWarning("no clipboard change was announced since the last read");
@@ -60,7 +62,7 @@ public:
     {
         if (!m_announced)
             return std::nullopt;
-        const QDeadlineTimer deadline(timeoutMs);
+        const QDeadlineTimer deadline(scaledTimeout(timeoutMs));
         while (!m_answer && !deadline.hasExpired())
             spinEventLoop(2);
         return m_answer;
@@ -138,7 +140,7 @@ private slots:
         const qint64 before = pasteboard.changeCount();
         PeerProcess peer(clipboardPeer);
         QVERIFY2(peer.start(arguments), qPrintable(peer.errorOutput()));
-        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, scaledTimeout(10000));
 
         PasteboardRequest request;
         request.changeCount = pasteboard.changeCount();
@@ -206,7 +208,7 @@ private slots:
         QSignalSpy changed(&pasteboard, &Pasteboard::changed);
         const qint64 before = pasteboard.changeCount();
         peer.stop();
-        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > before, scaledTimeout(10000));
         QVERIFY(changed.count() >= 1);
         const std::optional<PasteboardContent> content = readContent(pasteboard);
         QVERIFY(content);
@@ -246,7 +248,7 @@ private slots:
         // Clearing gives the clipboard up.
         const qint64 beforeClear = pasteboard.changeCount();
         pasteboard.clear();
-        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > beforeClear, 10000);
+        QTRY_VERIFY_WITH_TIMEOUT(pasteboard.changeCount() > beforeClear, scaledTimeout(10000));
         QCOMPARE(xclipOutput(), std::nullopt);
     }
 
@@ -404,7 +406,7 @@ private slots:
         QVERIFY(copier.start({QStringLiteral("--stdin")}));
         copier.writeLine(QStringLiteral("!burst 40 5 burst-"));
         QCOMPARE(copier.readLine(10000), std::optional<QString>(QStringLiteral("burst done")));
-        QTRY_COMPARE_WITH_TIMEOUT(newest(), QStringLiteral("burst-39"), 10000);
+        QTRY_COMPARE_WITH_TIMEOUT(newest(), QStringLiteral("burst-39"), scaledTimeout(10000));
         // Earlier copies may be recorded or skipped, but never after the newest.
         spinEventLoop(500);
         QCOMPARE(newest(), QStringLiteral("burst-39"));

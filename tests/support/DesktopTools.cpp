@@ -1,6 +1,7 @@
 #include "DesktopTools.h"
 
 #include "PeerProcess.h"
+#include "TestTime.h"
 
 #include <QDebug>
 #include <QGuiApplication>
@@ -48,7 +49,7 @@ bool peerHasFocus(PeerProcess &peer)
             peer.writeLine(QStringLiteral("focus"));
             return peer.readLine(1000) == QStringLiteral("focus 1");
         },
-        10000);
+        scaledTimeout(10000));
 }
 
 QString peerText(PeerProcess &peer)

@@ -1,6 +1,7 @@
 #include "HalcyProcess.h"
 
 #include "TestEnvironment.h"
+#include "TestTime.h"
 
 #include <QDeadlineTimer>
 #include <QDir>
@@ -29,9 +30,9 @@ HalcyProcess::~HalcyProcess()
 {
     if (m_process.state() != QProcess::NotRunning) {
         m_process.terminate();
-        if (!m_process.waitForFinished(5000))
+        if (!m_process.waitForFinished(scaledTimeout(5000)))
             m_process.kill();
-        m_process.waitForFinished(2000);
+        m_process.waitForFinished(scaledTimeout(2000));
     }
 }
 
@@ -40,9 +41,9 @@ bool HalcyProcess::start(int timeoutMs)
     m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
-    if (!m_process.waitForStarted(timeoutMs))
+    if (!m_process.waitForStarted(scaledTimeout(timeoutMs)))
         return false;
-    QDeadlineTimer deadline(timeoutMs);
+    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
     while (!deadline.hasExpired()) {
         if (m_log.contains(QLatin1String(" started")))
             return true;
@@ -59,7 +60,7 @@ int HalcyProcess::runClient(const QStringList &arguments, QString *output, int t
     client.setProcessEnvironment(m_environment);
     client.setProcessChannelMode(QProcess::MergedChannels);
     client.start(m_binary, arguments);
-    if (!client.waitForFinished(timeoutMs)) {
+    if (!client.waitForFinished(scaledTimeout(timeoutMs))) {
         client.kill();
         client.waitForFinished();
         return -1;
@@ -71,7 +72,7 @@ int HalcyProcess::runClient(const QStringList &arguments, QString *output, int t
 
 bool HalcyProcess::waitForExit(int timeoutMs)
 {
-    QDeadlineTimer deadline(timeoutMs);
+    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
     while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
         QTest::qWait(50);
     return m_process.state() == QProcess::NotRunning;

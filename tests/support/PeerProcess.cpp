@@ -1,5 +1,7 @@
 #include "PeerProcess.h"
 
+#include "TestTime.h"
+
 #include <QCoreApplication>
 #include <QDeadlineTimer>
 #include <QEventLoop>
@@ -35,7 +37,7 @@ PeerProcess::~PeerProcess()
 bool PeerProcess::start(const QStringList &arguments, int timeoutMs)
 {
     m_process.start(m_program, arguments);
-    if (!m_process.waitForStarted(timeoutMs))
+    if (!m_process.waitForStarted(scaledTimeout(timeoutMs)))
         return false;
     const std::optional<QString> line = readLine(timeoutMs);
     if (!line || !line->startsWith(QLatin1String("ready")))
@@ -46,7 +48,7 @@ bool PeerProcess::start(const QStringList &arguments, int timeoutMs)
 
 bool PeerProcess::waitForLine(int timeoutMs)
 {
-    const QDeadlineTimer deadline(timeoutMs);
+    const QDeadlineTimer deadline(scaledTimeout(timeoutMs));
     while (!m_process.canReadLine()) {
         if (deadline.hasExpired() || m_process.state() == QProcess::NotRunning)
             return m_process.canReadLine();
@@ -71,12 +73,12 @@ QString PeerProcess::stop(int timeoutMs)
 {
     if (isRunning()) {
         m_process.terminate();
-        const QDeadlineTimer deadline(timeoutMs);
+        const QDeadlineTimer deadline(scaledTimeout(timeoutMs));
         while (isRunning() && !deadline.hasExpired())
             waitOnce(m_process, 20);
         if (isRunning()) {
             m_process.kill();
-            m_process.waitForFinished(1000);
+            m_process.waitForFinished(scaledTimeout(1000));
         }
     }
     return QString::fromUtf8(m_process.readAllStandardOutput());
@@ -85,7 +87,7 @@ QString PeerProcess::stop(int timeoutMs)
 bool PeerProcess::finish(int timeoutMs)
 {
     m_process.closeWriteChannel();
-    const QDeadlineTimer deadline(timeoutMs);
+    const QDeadlineTimer deadline(scaledTimeout(timeoutMs));
     while (isRunning() && !deadline.hasExpired())
         waitOnce(m_process, 20);
     return !isRunning();
@@ -101,16 +103,16 @@ std::optional<ToolResult> runTool(const QString &program, const QStringList &arg
 {
     QProcess process;
     process.start(program, arguments);
-    if (!process.waitForStarted(timeoutMs))
+    if (!process.waitForStarted(scaledTimeout(timeoutMs)))
         return std::nullopt;
     if (!input.isEmpty())
         process.write(input);
     process.closeWriteChannel();
-    const QDeadlineTimer deadline(timeoutMs);
+    const QDeadlineTimer deadline(scaledTimeout(timeoutMs));
     while (process.state() != QProcess::NotRunning) {
         if (deadline.hasExpired()) {
             process.kill();
-            process.waitForFinished(1000);
+            process.waitForFinished(scaledTimeout(1000));
             return std::nullopt;
         }
         waitOnce(process, 20);

@@ -8,7 +8,8 @@
 
 // A helper program of the integration tests (a clipboard owner, a text field …) that talks in lines on
 // standard input and output. Every wait keeps this process's event loop running, because the peer may
-// be waiting for us in turn (to hand over clipboard content we own).
+// be waiting for us in turn (to hand over clipboard content we own). Deadlines are given as on a normal
+// build and stretched by the test time factor.
 class PeerProcess final
 {
 public:
