@@ -105,10 +105,14 @@ private slots:
         QVERIFY(pressKeys(QStringLiteral("alt+F4")));
         QTRY_VERIFY_WITH_TIMEOUT(halcy.log().contains(QLatin1String("Onboarding completed")),
                                  scaledTimeout(10000));
-        QFile file(preferences);
-        QVERIFY(file.open(QIODevice::ReadOnly));
-        QVERIFY(file.readAll().contains("\"Halcy.hasCompletedOnboarding\": true"));
-        file.close();
+        // Written just after that line is logged.
+        QTRY_VERIFY_WITH_TIMEOUT(
+            [&] {
+                QFile file(preferences);
+                return file.open(QIODevice::ReadOnly) &&
+                       file.readAll().contains("\"Halcy.hasCompletedOnboarding\": true");
+            }(),
+            scaledTimeout(10000));
 
         halcy.process().terminate();
         QVERIFY(halcy.waitForExit());
