@@ -5,7 +5,7 @@
 #include "Clipboard/HistorySchema.h"
 #include "Clipboard/HistoryWriter.h"
 #include "Core/Logging.h"
-#include "Platform/MemoryRelease.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -456,22 +456,24 @@ std::shared_ptr<ClipboardStore::PendingWrite> ClipboardStore::submit(Write write
     pending->write = std::move(write);
     pending->reportFailure = reportFailure;
     m_pending.push_back(pending);
-    const auto runPending = [pending, payloadBytes](QSqlDatabase &database) {
+    const auto runPending = [pending](QSqlDatabase &database) {
         pending->succeeded = pending->write(database, &pending->error, &pending->announcement);
         // The content goes with the write, on the thread that wrote it.
         pending->write = nullptr;
         pending->done.store(true, std::memory_order_release);
-        if (payloadBytes >= MemoryRelease::worthwhileBytes)
-            MemoryRelease::releaseFreedMemory();
     };
     if (!m_writer) {
         runPending(m_database);
         announceDone();
         return pending;
     }
-    m_writer->post([this, runPending](QSqlDatabase &database) {
+    m_writer->post([this, runPending, payloadBytes](QSqlDatabase &database) {
         runPending(database);
         QMetaObject::invokeMethod(this, &ClipboardStore::announceDone, Qt::QueuedConnection);
+        // The copy's last references and SQLite's buffers for it were freed here; an in-memory store
+        // keeps the content anyway.
+        if (payloadBytes >= ProcessMemory::worthwhileBytes)
+            ProcessMemory::releaseFreed();
     });
     return pending;
 }
