@@ -152,6 +152,20 @@ std::optional<ClipboardRecord> fetchRecord(QSqlDatabase &database, const QUuid &
     return record;
 }
 
+// Runs `statement` on the record `id`; a missing record is a failure.
+bool changeRecord(QSqlDatabase &database, const QString &statement, const QUuid &id, const char *what,
+                  QString *error)
+{
+    QSqlQuery query(database);
+    query.prepare(statement);
+    query.addBindValue(idText(id));
+    if (!exec(query, what, error))
+        return false;
+    if (query.numRowsAffected() == 0)
+        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    return true;
+}
+
 // Deletes and returns the ids; the caller announces them once its transaction commits.
 bool deleteWhere(QSqlDatabase &database, const QString &condition, const QVariantList &values,
                  const char *what, QList<QUuid> *removed, QString *error)
@@ -557,14 +571,11 @@ bool ClipboardStore::togglePin(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not pin the clipboard item", error))
+            if (!changeRecord(
+                    database,
+                    QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"), id,
+                    "Could not pin the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             if (const std::optional<ClipboardRecord> changed = fetchRecord(database, id, error))
                 *announcement = [this, entry = changed->toEntry()] { emit entryChanged(entry); };
             return true;
@@ -577,14 +588,9 @@ bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not delete the clipboard item", error))
+            if (!changeRecord(database, QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"), id,
+                              "Could not delete the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             truncateLog(database);
             *announcement = [this, id] { emit entriesRemoved({id}); };
             return true;
