@@ -5,7 +5,7 @@
 #include "Clipboard/HistorySchema.h"
 #include "Clipboard/HistoryWriter.h"
 #include "Core/Logging.h"
-#include "Platform/MemoryRelease.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -150,6 +150,20 @@ std::optional<ClipboardRecord> fetchRecord(QSqlDatabase &database, const QUuid &
     if (!query.isNull(colImage))
         record.imageData = query.value(colImage).toByteArray();
     return record;
+}
+
+// Runs `statement` on the record `id`; a missing record is a failure.
+bool changeRecord(QSqlDatabase &database, const QString &statement, const QUuid &id, const char *what,
+                  QString *error)
+{
+    QSqlQuery query(database);
+    query.prepare(statement);
+    query.addBindValue(idText(id));
+    if (!exec(query, what, error))
+        return false;
+    if (query.numRowsAffected() == 0)
+        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    return true;
 }
 
 // Deletes and returns the ids; the caller announces them once its transaction commits.
@@ -456,22 +470,24 @@ std::shared_ptr<ClipboardStore::PendingWrite> ClipboardStore::submit(Write write
     pending->write = std::move(write);
     pending->reportFailure = reportFailure;
     m_pending.push_back(pending);
-    const auto runPending = [pending, payloadBytes](QSqlDatabase &database) {
+    const auto runPending = [pending](QSqlDatabase &database) {
         pending->succeeded = pending->write(database, &pending->error, &pending->announcement);
         // The content goes with the write, on the thread that wrote it.
         pending->write = nullptr;
         pending->done.store(true, std::memory_order_release);
-        if (payloadBytes >= MemoryRelease::worthwhileBytes)
-            MemoryRelease::releaseFreedMemory();
     };
     if (!m_writer) {
         runPending(m_database);
         announceDone();
         return pending;
     }
-    m_writer->post([this, runPending](QSqlDatabase &database) {
+    m_writer->post([this, runPending, payloadBytes](QSqlDatabase &database) {
         runPending(database);
         QMetaObject::invokeMethod(this, &ClipboardStore::announceDone, Qt::QueuedConnection);
+        // The copy's last references and SQLite's buffers for it were freed here; an in-memory store
+        // keeps the content anyway.
+        if (payloadBytes >= ProcessMemory::worthwhileBytes)
+            ProcessMemory::releaseFreed();
     });
     return pending;
 }
@@ -555,14 +571,11 @@ bool ClipboardStore::togglePin(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not pin the clipboard item", error))
+            if (!changeRecord(
+                    database,
+                    QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"), id,
+                    "Could not pin the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             if (const std::optional<ClipboardRecord> changed = fetchRecord(database, id, error))
                 *announcement = [this, entry = changed->toEntry()] { emit entryChanged(entry); };
             return true;
@@ -575,14 +588,9 @@ bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not delete the clipboard item", error))
+            if (!changeRecord(database, QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"), id,
+                              "Could not delete the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             truncateLog(database);
             *announcement = [this, id] { emit entriesRemoved({id}); };
             return true;
