@@ -67,6 +67,16 @@ QVariant optionalText(const std::optional<QString> &text)
     return text ? QVariant(*text) : QVariant(QMetaType::fromType<QString>());
 }
 
+// Bound as bytes and cast back to text by the statement. An empty text stays an empty text, not NULL.
+QVariant utf8Text(const std::optional<QString> &text)
+{
+    if (!text)
+        return QVariant(QMetaType::fromType<QString>());
+    if (text->isEmpty())
+        return QStringLiteral("");
+    return text->toUtf8();
+}
+
 QVariant optionalBytes(const std::optional<QByteArray> &bytes)
 {
     return bytes ? QVariant(*bytes) : QVariant(QMetaType::fromType<QByteArray>());
@@ -376,11 +386,28 @@ void ClipboardStore::enqueueInsert(const ClipboardCapture &capture)
 
 ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
 {
-    return [this, capture, historyLimit = m_historyLimit](QSqlDatabase &database, QString *error,
-                                                          Announcement *announcement) {
+    return [this, capture = capture, historyLimit = m_historyLimit](QSqlDatabase &database, QString *error,
+                                                                    Announcement *announcement) mutable {
         const char *what = "Could not save the clipboard item";
         if (capture.fingerprint.isEmpty())
             return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
+
+        // What the announcement will carry, taken before the text is let go.
+        ClipboardHistoryEntry entry = [&capture] {
+            ClipboardRecord record;
+            record.title = nonNull(capture.title);
+            record.preview = nonNull(capture.preview);
+            record.typeRawValue = enumName(capture.type);
+            record.sourceAppName = nonNull(capture.sourceAppName);
+            record.textContent = capture.textContent;
+            record.fileURLStrings = capture.fileURLStrings;
+            record.imageBookmark = capture.imageBookmark;
+            return record.toEntry();
+        }();
+        // SQLite keeps text as UTF-8 and would convert a UTF-16 binding in a buffer twice its size, with the
+        // UTF-16 copy still held. Converted here instead, and the UTF-16 copy let go before SQLite builds
+        // the row.
+        const QVariant text = utf8Text(std::exchange(capture.textContent, std::nullopt));
 
         Transaction transaction(database);
         if (!transaction.begin(what, error))
@@ -411,10 +438,10 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
         // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties
         // with records captured in the same millisecond.
         QSqlQuery write(database);
-        write.prepare(
-            QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
-                           "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
-                           "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+        write.prepare(QStringLiteral(
+            "INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
+            "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
+            "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, CAST(? AS TEXT), ?, ?, ?)"));
         write.addBindValue(id);
         write.addBindValue(nonNull(capture.title));
         write.addBindValue(nonNull(capture.preview));
@@ -423,7 +450,7 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
         write.addBindValue(timestamp.toMSecsSinceEpoch());
         write.addBindValue(pinned ? 1 : 0);
         write.addBindValue(capture.fingerprint);
-        write.addBindValue(optionalText(capture.textContent));
+        write.addBindValue(text);
         write.addBindValue(encodeFileURLs(capture.fileURLStrings));
         write.addBindValue(optionalText(capture.imageBookmark));
         write.addBindValue(optionalBytes(capture.imageData));
@@ -440,18 +467,10 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
             !transaction.commit(what, error))
             return false;
 
-        ClipboardRecord record;
-        record.id = QUuid::fromString(id);
-        record.title = nonNull(capture.title);
-        record.preview = nonNull(capture.preview);
-        record.typeRawValue = enumName(capture.type);
-        record.sourceAppName = nonNull(capture.sourceAppName);
-        record.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
-        record.isPinned = pinned;
-        record.textContent = capture.textContent;
-        record.fileURLStrings = capture.fileURLStrings;
-        record.imageBookmark = capture.imageBookmark;
-        *announcement = [this, entry = record.toEntry(), known, trimmed] {
+        entry.id = QUuid::fromString(id);
+        entry.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
+        entry.isPinned = pinned;
+        *announcement = [this, entry, known, trimmed] {
             if (known)
                 emit entryChanged(entry);
             else
