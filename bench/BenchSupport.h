@@ -61,6 +61,10 @@ public:
 
     double residentMB() const { return statusValue(m_dir + QStringLiteral("/status"), "VmRSS:") / 1024.0; }
     double peakMB() const { return statusValue(m_dir + QStringLiteral("/status"), "VmHWM:") / 1024.0; }
+    // The resident part that is no file's pages (heaps, stacks, buffers), and the part that is (code
+    // and data of the libraries, fonts).
+    double anonymousMB() const { return statusValue(m_dir + QStringLiteral("/status"), "RssAnon:") / 1024.0; }
+    double fileMB() const { return statusValue(m_dir + QStringLiteral("/status"), "RssFile:") / 1024.0; }
     void resetPeak() const
     {
         QFile clearRefs(m_dir + QStringLiteral("/clear_refs"));

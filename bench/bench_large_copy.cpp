@@ -63,6 +63,7 @@ QString writeNoisePNG(const QString &path, QImage::Format format, QSize size = Q
 struct Measurement
 {
     qint64 lateMs = 0;
+    StallMeter::Gap stall;
     bool recorded = false;
     qint64 recordedAfterMs = -1;
     double rssBefore = 0;
@@ -152,6 +153,7 @@ int main(int argc, char **argv)
                 m.recordedAfterMs = sinceCopy.elapsed();
         }
         m.lateMs = stalls.stop() - 1;
+        m.stall = stalls.longest();
         m.recorded = delegate.publications() > publicationsBefore;
         m.rssAfter = self.residentMB();
         m.peakDuring = self.peakMB();
@@ -162,7 +164,9 @@ int main(int argc, char **argv)
         std::printf("%s (%.1f MB %s, %lld clipboard change(s)):\n", copy.label,
                     double(bytes) / (1024.0 * 1024.0), qPrintable(copy.type),
                     pasteboard.changeCount() - changesBefore);
-        std::printf("  1 ms GUI timer late by %lld ms at worst; %s", m.lateMs,
+        std::printf("  1 ms GUI timer late by %lld ms at worst (of that gap the GUI thread ran %.1f ms and "
+                    "waited %.1f ms for a CPU); %s",
+                    m.lateMs, m.stall.runningMs, m.stall.waitingForCpuMs,
                     m.recorded ? "recorded" : "not recorded");
         if (m.recorded)
             std::printf(" %lld ms after the copy", m.recordedAfterMs);

@@ -30,8 +30,18 @@ int fail(const char *message)
     return 1;
 }
 
+// A window shown for the first time gets its size from the X server a moment later; until then the
+// view is laid out at no size and a grab shows nothing of it.
+bool laidOut(const MirrorWindowController &controller)
+{
+    const QQuickView *window = controller.window();
+    return window->isExposed() && window->rootObject() && window->rootObject()->size() == window->size();
+}
+
 bool saveWindow(const MirrorWindowController &controller, const QString &path)
 {
+    if (!waitUntil([&] { return laidOut(controller); }))
+        std::fprintf(stderr, "mirror_screenshots: %s: the view was not laid out in time\n", qPrintable(path));
     if (!controller.window()->grabWindow().save(path))
         return false;
     std::printf("saved %s\n", qPrintable(path));

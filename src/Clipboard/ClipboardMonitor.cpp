@@ -4,7 +4,6 @@
 #include "Clipboard/PasteboardTypes.h"
 #include "Core/Logging.h"
 #include "Platform/FrontmostApplication.h"
-#include "Platform/MemoryRelease.h"
 #include "Platform/Pasteboard.h"
 
 #include <QThread>
@@ -122,11 +121,6 @@ void ClipboardMonitor::poll()
     request.prepare = [capture](const PasteboardContent &content) { *capture = buildCapture(content); };
     m_pasteboard->requestContent(request, this, [this, capture](const PasteboardContent &content) {
         record(content, std::move(*capture));
-        const qint64 transferred = content.oversizeBytes + (content.imagePNG ? content.imagePNG->size() : 0) +
-                                   (content.text ? content.text->size() * qint64(sizeof(QChar)) : 0);
-        // Once this answer and what the reading thread made of it are gone.
-        if (transferred >= MemoryRelease::worthwhileBytes)
-            QTimer::singleShot(0, this, &MemoryRelease::releaseFreedMemory);
     });
 }
 

@@ -5,7 +5,7 @@
 #include "Clipboard/HistorySchema.h"
 #include "Clipboard/HistoryWriter.h"
 #include "Core/Logging.h"
-#include "Platform/MemoryRelease.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QCoreApplication>
 #include <QDir>
@@ -65,6 +65,16 @@ QString nonNull(const QString &text)
 QVariant optionalText(const std::optional<QString> &text)
 {
     return text ? QVariant(*text) : QVariant(QMetaType::fromType<QString>());
+}
+
+// Bound as bytes and cast back to text by the statement. An empty text stays an empty text, not NULL.
+QVariant utf8Text(const std::optional<QString> &text)
+{
+    if (!text)
+        return QVariant(QMetaType::fromType<QString>());
+    if (text->isEmpty())
+        return QStringLiteral("");
+    return text->toUtf8();
 }
 
 QVariant optionalBytes(const std::optional<QByteArray> &bytes)
@@ -150,6 +160,20 @@ std::optional<ClipboardRecord> fetchRecord(QSqlDatabase &database, const QUuid &
     if (!query.isNull(colImage))
         record.imageData = query.value(colImage).toByteArray();
     return record;
+}
+
+// Runs `statement` on the record `id`; a missing record is a failure.
+bool changeRecord(QSqlDatabase &database, const QString &statement, const QUuid &id, const char *what,
+                  QString *error)
+{
+    QSqlQuery query(database);
+    query.prepare(statement);
+    query.addBindValue(idText(id));
+    if (!exec(query, what, error))
+        return false;
+    if (query.numRowsAffected() == 0)
+        return fail(error, QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
+    return true;
 }
 
 // Deletes and returns the ids; the caller announces them once its transaction commits.
@@ -362,11 +386,28 @@ void ClipboardStore::enqueueInsert(const ClipboardCapture &capture)
 
 ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
 {
-    return [this, capture, historyLimit = m_historyLimit](QSqlDatabase &database, QString *error,
-                                                          Announcement *announcement) {
+    return [this, capture = capture, historyLimit = m_historyLimit](QSqlDatabase &database, QString *error,
+                                                                    Announcement *announcement) mutable {
         const char *what = "Could not save the clipboard item";
         if (capture.fingerprint.isEmpty())
             return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
+
+        // What the announcement will carry, taken before the text is let go.
+        ClipboardHistoryEntry entry = [&capture] {
+            ClipboardRecord record;
+            record.title = nonNull(capture.title);
+            record.preview = nonNull(capture.preview);
+            record.typeRawValue = enumName(capture.type);
+            record.sourceAppName = nonNull(capture.sourceAppName);
+            record.textContent = capture.textContent;
+            record.fileURLStrings = capture.fileURLStrings;
+            record.imageBookmark = capture.imageBookmark;
+            return record.toEntry();
+        }();
+        // SQLite keeps text as UTF-8 and would convert a UTF-16 binding in a buffer twice its size, with the
+        // UTF-16 copy still held. Converted here instead, and the UTF-16 copy let go before SQLite builds
+        // the row.
+        const QVariant text = utf8Text(std::exchange(capture.textContent, std::nullopt));
 
         Transaction transaction(database);
         if (!transaction.begin(what, error))
@@ -397,10 +438,10 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
         // Replacing (rather than updating) a known record gives it a fresh rowid, so it also wins ties
         // with records captured in the same millisecond.
         QSqlQuery write(database);
-        write.prepare(
-            QStringLiteral("INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
-                           "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
-                           "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?, ?)"));
+        write.prepare(QStringLiteral(
+            "INSERT OR REPLACE INTO ClipboardRecord (id, title, preview, typeRawValue, "
+            "sourceAppName, timestamp, isPinned, fingerprint, textContent, fileURLStrings, "
+            "imageBookmark, imageData) VALUES (?, ?, ?, ?, ?, ?, ?, ?, CAST(? AS TEXT), ?, ?, ?)"));
         write.addBindValue(id);
         write.addBindValue(nonNull(capture.title));
         write.addBindValue(nonNull(capture.preview));
@@ -409,7 +450,7 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
         write.addBindValue(timestamp.toMSecsSinceEpoch());
         write.addBindValue(pinned ? 1 : 0);
         write.addBindValue(capture.fingerprint);
-        write.addBindValue(optionalText(capture.textContent));
+        write.addBindValue(text);
         write.addBindValue(encodeFileURLs(capture.fileURLStrings));
         write.addBindValue(optionalText(capture.imageBookmark));
         write.addBindValue(optionalBytes(capture.imageData));
@@ -426,18 +467,10 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
             !transaction.commit(what, error))
             return false;
 
-        ClipboardRecord record;
-        record.id = QUuid::fromString(id);
-        record.title = nonNull(capture.title);
-        record.preview = nonNull(capture.preview);
-        record.typeRawValue = enumName(capture.type);
-        record.sourceAppName = nonNull(capture.sourceAppName);
-        record.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
-        record.isPinned = pinned;
-        record.textContent = capture.textContent;
-        record.fileURLStrings = capture.fileURLStrings;
-        record.imageBookmark = capture.imageBookmark;
-        *announcement = [this, entry = record.toEntry(), known, trimmed] {
+        entry.id = QUuid::fromString(id);
+        entry.timestamp = fromMsecs(timestamp.toMSecsSinceEpoch());
+        entry.isPinned = pinned;
+        *announcement = [this, entry, known, trimmed] {
             if (known)
                 emit entryChanged(entry);
             else
@@ -456,22 +489,24 @@ std::shared_ptr<ClipboardStore::PendingWrite> ClipboardStore::submit(Write write
     pending->write = std::move(write);
     pending->reportFailure = reportFailure;
     m_pending.push_back(pending);
-    const auto runPending = [pending, payloadBytes](QSqlDatabase &database) {
+    const auto runPending = [pending](QSqlDatabase &database) {
         pending->succeeded = pending->write(database, &pending->error, &pending->announcement);
         // The content goes with the write, on the thread that wrote it.
         pending->write = nullptr;
         pending->done.store(true, std::memory_order_release);
-        if (payloadBytes >= MemoryRelease::worthwhileBytes)
-            MemoryRelease::releaseFreedMemory();
     };
     if (!m_writer) {
         runPending(m_database);
         announceDone();
         return pending;
     }
-    m_writer->post([this, runPending](QSqlDatabase &database) {
+    m_writer->post([this, runPending, payloadBytes](QSqlDatabase &database) {
         runPending(database);
         QMetaObject::invokeMethod(this, &ClipboardStore::announceDone, Qt::QueuedConnection);
+        // The copy's last references and SQLite's buffers for it were freed here; an in-memory store
+        // keeps the content anyway.
+        if (payloadBytes >= ProcessMemory::worthwhileBytes)
+            ProcessMemory::releaseFreed();
     });
     return pending;
 }
@@ -555,14 +590,11 @@ bool ClipboardStore::togglePin(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not pin the clipboard item", error))
+            if (!changeRecord(
+                    database,
+                    QStringLiteral("UPDATE ClipboardRecord SET isPinned = 1 - isPinned WHERE id = ?"), id,
+                    "Could not pin the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             if (const std::optional<ClipboardRecord> changed = fetchRecord(database, id, error))
                 *announcement = [this, entry = changed->toEntry()] { emit entryChanged(entry); };
             return true;
@@ -575,14 +607,9 @@ bool ClipboardStore::deleteEntry(const QUuid &id, QString *error)
     assertMainThread();
     return run(
         [this, id](QSqlDatabase &database, QString *error, Announcement *announcement) {
-            QSqlQuery query(database);
-            query.prepare(QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"));
-            query.addBindValue(idText(id));
-            if (!exec(query, "Could not delete the clipboard item", error))
+            if (!changeRecord(database, QStringLiteral("DELETE FROM ClipboardRecord WHERE id = ?"), id,
+                              "Could not delete the clipboard item", error))
                 return false;
-            if (query.numRowsAffected() == 0)
-                return fail(error,
-                            QStringLiteral("There is no clipboard item with the id %1.").arg(idText(id)));
             truncateLog(database);
             *announcement = [this, id] { emit entriesRemoved({id}); };
             return true;

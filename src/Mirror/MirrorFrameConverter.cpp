@@ -37,22 +37,20 @@ struct YuvLayout
 std::optional<YuvLayout> yuvLayout(QVideoFrameFormat::PixelFormat format)
 {
     using Format = QVideoFrameFormat;
-    switch (format) {
-    case Format::Format_YUYV:
-        return YuvLayout{2, 0, 0, 0, 1, 3, 4, 0};
-    case Format::Format_UYVY:
-        return YuvLayout{2, 1, 0, 0, 0, 2, 4, 0};
-    case Format::Format_NV12:
-        return YuvLayout{1, 0, 1, 1, 0, 1, 2, 1};
-    case Format::Format_NV21:
-        return YuvLayout{1, 0, 1, 1, 1, 0, 2, 1};
-    case Format::Format_YUV420P:
-        return YuvLayout{1, 0, 1, 2, 0, 0, 1, 1};
-    case Format::Format_YV12:
-        return YuvLayout{1, 0, 2, 1, 0, 0, 1, 1};
-    default:
-        return std::nullopt;
+    static constexpr struct
+    {
+        Format::PixelFormat format;
+        YuvLayout layout;
+    } layouts[] = {
+        {Format::Format_YUYV, {2, 0, 0, 0, 1, 3, 4, 0}},    {Format::Format_UYVY, {2, 1, 0, 0, 0, 2, 4, 0}},
+        {Format::Format_NV12, {1, 0, 1, 1, 0, 1, 2, 1}},    {Format::Format_NV21, {1, 0, 1, 1, 1, 0, 2, 1}},
+        {Format::Format_YUV420P, {1, 0, 1, 2, 0, 0, 1, 1}}, {Format::Format_YV12, {1, 0, 2, 1, 0, 0, 1, 1}},
+    };
+    for (const auto &entry : layouts) {
+        if (entry.format == format)
+            return entry.layout;
     }
+    return std::nullopt;
 }
 
 // `crop` of a mapped frame with each `step` × `step` block of luma averaged into one pixel (chroma is

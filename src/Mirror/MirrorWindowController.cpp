@@ -8,6 +8,7 @@
 #include "Mirror/MirrorGeometry.h"
 #include "Mirror/MirrorPreviewItem.h"
 #include "Platform/FloatingWindow.h"
+#include "Platform/ProcessMemory.h"
 
 #include <QCursor>
 #include <QGuiApplication>
@@ -17,6 +18,7 @@
 #include <QQuickView>
 #include <QScreen>
 #include <QStandardPaths>
+#include <QThreadPool>
 
 namespace {
 
@@ -52,6 +54,8 @@ MirrorWindowController::MirrorWindowController(MirrorCameraEngine *cameraEngine,
 MirrorWindowController::~MirrorWindowController()
 {
     close();
+    // No event loop may run after this one to carry out the deferred deletion.
+    delete m_closedWindow;
 }
 
 QString MirrorWindowController::shapeName() const
@@ -139,7 +143,16 @@ void MirrorWindowController::close()
         m_frameSettle.stop();
         emit frameChanged(m_window->geometry());
     }
+    m_savedFrame = m_window->geometry();
     m_window->hide();
+    // The view, its QML engine and its scene would stay resident for a bubble that may not come back
+    // for days; a later show builds them again in a few tens of milliseconds. Deleted later, as this
+    // may run from the window's own signal.
+    m_closedWindow = m_window.release();
+    connect(m_closedWindow, &QObject::destroyed, [] {
+        QThreadPool::globalInstance()->start([] { ProcessMemory::releaseFreed(); });
+    });
+    m_closedWindow->deleteLater();
 }
 
 void MirrorWindowController::applySettings()

@@ -17,8 +17,8 @@ class QQuickView;
 
 // The floating mirror bubble: a frameless, always-on-top window on every desktop that never takes the
 // keyboard focus, showing the camera in the chosen shape with the optional microphone meter. Showing
-// it starts the camera (and the meter); closing it stops both at once. Created on the first show and
-// kept, hidden, afterwards.
+// it starts the camera (and the meter); closing it stops both at once and drops the window, which the
+// next show builds again where the user left it.
 class MirrorWindowController final : public QObject
 {
     Q_OBJECT
@@ -41,6 +41,7 @@ public:
     bool isOpen() const { return m_open; }
     QString shapeName() const;
     bool showMicLevel() const { return m_settings.showMicLevel; }
+    // The open bubble's window; none while closed.
     QQuickView *window() const { return m_window.get(); }
 
     void show();
@@ -69,6 +70,7 @@ private:
     QPointer<MirrorCameraEngine> m_cameraEngine;
     QPointer<MicrophoneLevelMonitor> m_microphoneMonitor;
     std::unique_ptr<QQuickView> m_window;
+    QPointer<QQuickView> m_closedWindow;
     MirrorSettings m_settings;
     QRect m_savedFrame;
     bool m_open = false;

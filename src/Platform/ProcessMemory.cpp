@@ -1,5 +1,6 @@
 #include "Platform/ProcessMemory.h"
 
+// Any C library header defines __GLIBC__ where it applies; without one, the test below is always false.
 #include <cstdlib>
 
 #if defined(__GLIBC__)

@@ -114,12 +114,14 @@ private Q_SLOTS:
         // Opening the bubble leaves the keyboard where it was.
         QVERIFY(!bubble.window()->isActive());
 
+        // Closing gives back the window and its scene, not only hides them.
+        const QPointer<QQuickView> window = bubble.window();
         bubble.controller.close();
         bubble.controller.close();
         QCOMPARE(opened.count(), 2);
         QCOMPARE(bubble.engine.state().kind(), MirrorCameraState::Kind::stopped);
         QCOMPARE(bubble.microphone.state().kind(), MicrophoneMeterState::Kind::stopped);
-        QTRY_VERIFY(!bubble.window()->isVisible());
+        QTRY_VERIFY(window.isNull());
     }
 
     // Real wheel notches over the bubble: 15 degrees each, resizing around the centre within 140…900.
@@ -149,6 +151,12 @@ private Q_SLOTS:
             (frame.center() - centre).manhattanLength() <= 4,
             qPrintable(
                 QStringLiteral("centre moved to %1,%2").arg(frame.center().x()).arg(frame.center().y())));
+        // Opened again, it is where and as large as the user left it, as far as the screen shows it.
+        bubble.controller.close();
+        QVERIFY(bubble.showAndSettle());
+        QTRY_COMPARE(
+            bubble.window()->geometry(),
+            MirrorGeometry::keptOnScreen(frame, {QGuiApplication::primaryScreen()->availableGeometry()}));
     }
 
     void shapeChangeKeepsOriginAndWidth()

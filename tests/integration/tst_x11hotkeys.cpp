@@ -241,14 +241,12 @@ private slots:
         X11HotkeyRegistrar registrar;
         QVERIFY(registrar.grab(1, Qt::Key_V, shiftCommand));
         QSignalSpy pressed(&registrar, &HotkeyRegistrar::pressed);
-        const auto setLayout = [](const QStringList &arguments) {
-            const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
-            return result && result->exitCode == 0;
-        };
-        auto restore = qScopeGuard([&] { setLayout({QStringLiteral("-layout"), QStringLiteral("us")}); });
+        auto restore = qScopeGuard([&] {
+            setKeyboardLayout({QStringLiteral("-layout"), QStringLiteral("us")});
+        });
         // Dvorak puts "v" on another key, and "k" where "v" was.
-        if (!setLayout({QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-variant"),
-                        QStringLiteral("dvorak")}))
+        if (!setKeyboardLayout({QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-variant"),
+                                QStringLiteral("dvorak")}))
             QSKIP("setxkbmap cannot switch the layout here");
 
         QTRY_VERIFY_WITH_TIMEOUT(pressKeys(QStringLiteral("super+shift+v")) &&

@@ -12,16 +12,6 @@
 #include <QStandardPaths>
 #include <QTemporaryDir>
 
-namespace {
-
-bool setLayout(const QStringList &arguments)
-{
-    const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
-    return result && result->exitCode == 0;
-}
-
-} // namespace
-
 class TestX11KeystrokePoster final : public QObject
 {
     Q_OBJECT
@@ -33,7 +23,7 @@ private slots:
     {
         xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
                  QStringLiteral("ctrl"), QStringLiteral("alt")});
-        setLayout({QStringLiteral("-layout"), QStringLiteral("us")});
+        setKeyboardLayout({QStringLiteral("-layout"), QStringLiteral("us")});
     }
 
     void pastesIntoAnotherApplication_data()
@@ -59,7 +49,7 @@ private slots:
         QFETCH(PasteMode, mode);
         QFETCH(QString, expected);
 
-        if (!layout.isEmpty() && !setLayout(layout))
+        if (!layout.isEmpty() && !setKeyboardLayout(layout))
             QSKIP("setxkbmap cannot switch the layout here");
 
         PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));

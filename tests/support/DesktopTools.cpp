@@ -35,6 +35,12 @@ bool pressKeys(const QString &combination)
     return xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), combination});
 }
 
+bool setKeyboardLayout(const QStringList &arguments)
+{
+    const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
+    return result && result->exitCode == 0;
+}
+
 bool activatePeerWindow(PeerProcess &peer)
 {
     return xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),

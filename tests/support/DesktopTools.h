@@ -18,6 +18,8 @@ std::optional<QByteArray> xclipOutput(const QString &target = QString());
 // Runs xdotool to the end; false, with a warning, when it fails.
 bool xdotool(const QStringList &arguments);
 bool pressKeys(const QString &combination);
+// Runs setxkbmap with `arguments`; false when the layout could not be switched.
+bool setKeyboardLayout(const QStringList &arguments);
 
 // The text field peer: its window made the active one, whether its field has the keyboard (waiting a
 // little for it), and what the field holds.

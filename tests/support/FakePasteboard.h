@@ -43,8 +43,6 @@ public:
     void setWriteSucceeds(bool succeeds) { m_writeSucceeds = succeeds; }
     // Off: changes happen without the notification, as when the platform misses one.
     void setEmitsChanged(bool emits) { m_emitsChanged = emits; }
-    // The content as it stands, without counting a read.
-    const Content &content() const { return m_content; }
     QStringList types() const;
     std::optional<QByteArray> peek(const QString &mimeType) const;
     // The object handed to the last write(), for formats that only exist as objects (images).

@@ -16,13 +16,6 @@
 #include <sys/eventfd.h>
 #include <unistd.h>
 
-namespace {
-
-// After reads at least this large, freed memory is handed back to the system at once.
-constexpr qint64 largeReadBytes = 4 * 1024 * 1024;
-
-} // namespace
-
 std::unique_ptr<X11ClipboardReader> X11ClipboardReader::create(const QByteArray &displayName,
                                                                Delivery deliver)
 {
@@ -124,16 +117,18 @@ void X11ClipboardReader::run()
 {
     X11ClipboardSession session(m_connection, m_screenNumber, m_wakeFd, [this] { return isInterrupted(); });
     while (std::optional<Job> job = takeNewestJob(session)) {
+        bool handedOn = false;
         {
             const PasteboardContent content = session.read(job->request);
             if (content.status != PasteboardContent::Status::superseded && job->request.prepare)
                 job->request.prepare(content);
+            handedOn = content.hasPayload();
             m_deliver(job->id, content);
         }
         job.reset();
-        // Freed blocks of a few MB (buffers, hashing, re-encoding) would otherwise stay resident after a
-        // huge copy for as long as the application runs.
-        if (session.bytesRead() >= largeReadBytes)
+        // A huge transfer given up on (or read for nothing) would otherwise stay resident for as long as
+        // the application runs. Content handed on is freed, and handed back, where it is written.
+        if (!handedOn && session.bytesRead() >= ProcessMemory::worthwhileBytes)
             ProcessMemory::releaseFreed();
     }
 }

@@ -102,8 +102,6 @@ private slots:
         QTest::addColumn<QString>("preview");
 
         const QString text = QStringLiteral("0123456789").repeated(20);
-        QTest::addRow("72 characters keep the title") << 72 << text.left(72) << text.left(72);
-        QTest::addRow("73 characters shorten the title") << 73 << text.left(72) + "..." << text.left(73);
         QTest::addRow("140 characters keep the preview") << 140 << text.left(72) + "..." << text.left(140);
         QTest::addRow("141 characters shorten the preview")
             << 141 << text.left(72) + "..." << text.left(140) + "...";

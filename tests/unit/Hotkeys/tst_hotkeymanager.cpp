@@ -154,33 +154,26 @@ private Q_SLOTS:
     {
         QTest::addColumn<QString>("key");
         QTest::addColumn<QList<Modifier>>("modifiers");
-        QTest::addColumn<QString>("symbols");
-        QTest::addColumn<QString>("native");
+        QTest::addColumn<QString>("expected");
 
         QTest::addRow("all four in fixed order, whatever the list order")
             << QStringLiteral("/")
             << QList<Modifier>{Modifier::command, Modifier::shift, Modifier::option, Modifier::control}
-            << QStringLiteral("⌃⌥⇧⌘/") << QStringLiteral("Ctrl+Alt+Super+Shift+/");
-        QTest::addRow("no modifiers")
-            << QStringLiteral("7") << QList<Modifier>{} << QStringLiteral("7") << QStringLiteral("7");
+            << QStringLiteral("Ctrl+Alt+Super+Shift+/");
+        QTest::addRow("no modifiers") << QStringLiteral("7") << QList<Modifier>{} << QStringLiteral("7");
         QTest::addRow("a repeated modifier shows once")
             << QStringLiteral("d") << QList<Modifier>{Modifier::option, Modifier::option}
-            << QStringLiteral("⌥D") << QStringLiteral("Alt+D");
+            << QStringLiteral("Alt+D");
         QTest::addRow("key outside the table still labelled")
-            << QStringLiteral("f1") << shiftCommand << QStringLiteral("⇧⌘F1")
-            << QStringLiteral("Super+Shift+F1");
+            << QStringLiteral("f1") << shiftCommand << QStringLiteral("Super+Shift+F1");
     }
 
     void displayForms()
     {
         QFETCH(QString, key);
         QFETCH(QList<Modifier>, modifiers);
-        QFETCH(QString, symbols);
-        QFETCH(QString, native);
-
-        const KeyboardShortcutDescriptor descriptor = shortcut(QStringLiteral("x"), key, modifiers);
-        QCOMPARE(descriptor.macDisplayForm(), symbols);
-        QCOMPARE(descriptor.displayForm(), native);
+        QFETCH(QString, expected);
+        QCOMPARE(shortcut(QStringLiteral("x"), key, modifiers).displayForm(), expected);
     }
 
     void keyTableCoversTheUsLayoutKeys()

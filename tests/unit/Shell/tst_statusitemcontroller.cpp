@@ -17,16 +17,13 @@ private slots:
         QTest::addColumn<QString>("item");
         QTest::addColumn<QString>("call"); // "paused": no command, the preference flips
 
-        QTest::addRow("Mirror") << "Mirror"
-                                << "toggleMirror";
-        QTest::addRow("Hide Desktop") << "Hide Desktop"
-                                      << "toggleDesktopCover";
-        QTest::addRow("Pause recording") << "Pause recording"
-                                         << "paused";
-        QTest::addRow("Settings") << "Settings..."
-                                  << "openSettings";
-        QTest::addRow("Quit") << "Quit Halcy"
-                              << "quit";
+        const std::pair<const char *, const char *> rows[] = {{"Mirror", "toggleMirror"},
+                                                              {"Hide Desktop", "toggleDesktopCover"},
+                                                              {"Pause recording", "paused"},
+                                                              {"Settings...", "openSettings"},
+                                                              {"Quit Halcy", "quit"}};
+        for (const auto &[item, call] : rows)
+            QTest::addRow("%s", item) << QString::fromLatin1(item) << QString::fromLatin1(call);
     }
 
     void menuItemsRunTheirCommands()

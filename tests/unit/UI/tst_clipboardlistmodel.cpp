@@ -27,14 +27,10 @@ private slots:
         for (int i = 0; i < 12; ++i)
             entries << makeEntry(QStringLiteral("e%1").arg(i + 1), now.addSecs(-i), i == 1 || i == 4);
         const QHash<QUuid, int> numbers = ClipboardListModel::quickNumbers(entries);
-        QCOMPARE(numbers.size(), 9);
-        QCOMPARE(numbers.value(entries.at(0).id), 1);
-        QVERIFY(!numbers.contains(entries.at(1).id));
-        QCOMPARE(numbers.value(entries.at(2).id), 2);
-        QCOMPARE(numbers.value(entries.at(3).id), 3);
-        QVERIFY(!numbers.contains(entries.at(4).id));
-        QCOMPARE(numbers.value(entries.at(10).id), 9);
-        QVERIFY(!numbers.contains(entries.at(11).id));
+        QList<int> shown; // 0: no number
+        for (const ClipboardHistoryEntry &entry : std::as_const(entries))
+            shown << numbers.value(entry.id, 0);
+        QCOMPARE(shown, (QList<int>{1, 0, 2, 3, 0, 4, 5, 6, 7, 8, 9, 0}));
     }
 
     void todayBecomesYesterdayAtMidnight()
