@@ -64,6 +64,12 @@ class History:
         rows = self.query("SELECT isPinned FROM ClipboardRecord WHERE textContent = ?", token)
         return bool(rows[0][0]) if rows else None
 
+    def first_row(self):
+        """The text entry the hub selects when it opens: the newest pinned one, else the newest."""
+        rows = self.query("SELECT textContent, isPinned FROM ClipboardRecord "
+                          "ORDER BY isPinned DESC, timestamp DESC, rowid DESC LIMIT 1")
+        return (rows[0][0], bool(rows[0][1])) if rows else (None, False)
+
     def has_image(self, tag):
         return bool(self.query("SELECT 1 FROM ClipboardRecord WHERE typeRawValue = 'image' "
                                "AND instr(imageData, ?) > 0", tag.encode()))
@@ -117,6 +123,12 @@ def main():
         return shown
 
     for run in range(options.kills):
+        # Each run's pins and deletes act on its own copies: the pins of earlier runs would stay first.
+        if os.path.exists(history.path):
+            connection = sqlite3.connect(history.path, timeout=5)
+            with connection:
+                connection.execute("UPDATE ClipboardRecord SET isPinned = 0")
+            connection.close()
         log = open(os.path.join(work, "halcy.log"), "w")
         halcy = subprocess.Popen([options.binary], env=env, stdout=log, stderr=subprocess.STDOUT)
         alive = lambda: halcy.poll() is None
@@ -167,19 +179,29 @@ def main():
                 if kind != "text":
                     continue
                 kept.append(value)
-                # The hub opens on the newest entry: this one. Until a change shows in the file, a kill
-                # leaves it open whether it happened.
-                if rng.random() < 0.15 and hub_keys("ctrl+p"):
-                    if wait_until(lambda: history.text(value) is True, 3, alive):
-                        pinned.append(value)
-                        counts["pins"] += 1
+                # The hub opens on its first row: the newest pinned entry, else this one. Until a change
+                # shows in the file, a kill leaves it open whether it happened.
+                target, was_pinned = history.first_row()
+                if target not in kept:
+                    pass
+                elif rng.random() < 0.15 and hub_keys("ctrl+p"):
+                    if was_pinned:
+                        pinned.remove(target)
+                    if wait_until(lambda: history.text(target) is (not was_pinned), 3, alive):
+                        if not was_pinned:
+                            pinned.append(target)
+                            counts["pins"] += 1
+                    elif was_pinned and alive():
+                        pinned.append(target)
                 elif rng.random() < 0.15 and hub_keys("Delete"):
-                    kept.remove(value)
-                    if wait_until(lambda: history.text(value) is None, 3, alive):
-                        deleted.append(value)
+                    kept.remove(target)
+                    if wait_until(lambda: history.text(target) is None, 3, alive):
+                        deleted.append(target)
                         counts["deletes"] += 1
+                        if target in pinned:
+                            pinned.remove(target)
                     elif alive():
-                        kept.append(value)
+                        kept.append(target)
                 time.sleep(rng.uniform(0, 0.1))
             killer.cancel()
             halcy.wait()
