@@ -149,9 +149,8 @@ void MirrorWindowController::close()
     // for days; a later show builds them again in a few tens of milliseconds. Deleted later, as this
     // may run from the window's own signal.
     m_closedWindow = m_window.release();
-    connect(m_closedWindow, &QObject::destroyed, [] {
-        QThreadPool::globalInstance()->start([] { ProcessMemory::releaseFreed(); });
-    });
+    connect(m_closedWindow, &QObject::destroyed,
+            [] { QThreadPool::globalInstance()->start([] { ProcessMemory::releaseFreed(); }); });
     m_closedWindow->deleteLater();
 }
 
