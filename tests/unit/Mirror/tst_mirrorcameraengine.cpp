@@ -236,7 +236,5 @@ private Q_SLOTS:
     }
 };
 
-Q_DECLARE_METATYPE(MirrorCameraDevices)
-
 QTEST_MAIN(tst_MirrorCameraEngine)
 #include "tst_mirrorcameraengine.moc"
