@@ -72,25 +72,17 @@ void MirrorWindowController::setSettings(const MirrorSettings &settings)
 
 void MirrorWindowController::createWindow()
 {
-    m_window = std::make_unique<QQuickView>();
-    m_window->setObjectName(QStringLiteral("mirrorWindow"));
-    m_window->setTitle(QStringLiteral("Halcy Mirror"));
     // A tool window: no taskbar entry; never focused, so opening it leaves the keyboard where it was.
-    m_window->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
-                       Qt::WindowDoesNotAcceptFocus);
+    m_window = QmlModule::createView(QStringLiteral("mirrorWindow"), QStringLiteral("Halcy Mirror"),
+                                     Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint |
+                                         Qt::WindowDoesNotAcceptFocus);
     m_window->setColor(Qt::transparent);
-    m_window->setResizeMode(QQuickView::SizeRootObjectToView);
     m_window->setMinimumSize(QSize(MirrorGeometry::minimumWidth / 2, MirrorGeometry::minimumWidth / 2));
-    m_window->setInitialProperties(
-        {{QStringLiteral("controller"), QVariant::fromValue(this)},
-         {QStringLiteral("camera"), QVariant::fromValue(m_cameraEngine.data())},
-         {QStringLiteral("microphone"), QVariant::fromValue(m_microphoneMonitor.data())}});
-    QmlModule::prepare(m_window->engine());
-    m_window->setSource(QmlModule::viewUrl("Mirror/MirrorSmartWindowView.qml"));
-    if (m_window->status() == QQuickView::Error) {
-        for (const QQmlError &error : m_window->errors())
-            qCCritical(lcMirror) << "Mirror view:" << error.toString();
-    }
+    QmlModule::load(m_window.get(), "Mirror/MirrorSmartWindowView.qml",
+                    {{QStringLiteral("controller"), QVariant::fromValue(this)},
+                     {QStringLiteral("camera"), QVariant::fromValue(m_cameraEngine.data())},
+                     {QStringLiteral("microphone"), QVariant::fromValue(m_microphoneMonitor.data())}},
+                    lcMirror());
     m_window->setGeometry(m_savedFrame.isValid() ? m_savedFrame : MirrorGeometry::initialFrame);
     FloatingWindow::showOnAllDesktops(m_window.get());
 
@@ -157,9 +149,8 @@ void MirrorWindowController::close()
     // for days; a later show builds them again in a few tens of milliseconds. Deleted later, as this
     // may run from the window's own signal.
     m_closedWindow = m_window.release();
-    connect(m_closedWindow, &QObject::destroyed, [] {
-        QThreadPool::globalInstance()->start([] { ProcessMemory::releaseFreed(); });
-    });
+    connect(m_closedWindow, &QObject::destroyed,
+            [] { QThreadPool::globalInstance()->start([] { ProcessMemory::releaseFreed(); }); });
     m_closedWindow->deleteLater();
 }
 

@@ -36,23 +36,15 @@ void HubPopover::ensureView()
 {
     if (m_view)
         return;
-    m_view = std::make_unique<QQuickView>();
-    m_view->setObjectName(QStringLiteral("hubWindow"));
-    m_view->setTitle(QStringLiteral("Halcy"));
-    m_view->setFlags(Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
-    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view = QmlModule::createView(QStringLiteral("hubWindow"), QStringLiteral("Halcy"),
+                                   Qt::Tool | Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint);
     m_view->resize(contentSize);
     m_view->setMinimumSize(contentSize);
     m_view->setMaximumSize(contentSize);
     m_view->setColor(Qt::transparent);
     m_view->engine()->addImageProvider(QStringLiteral("thumbnail"), new ThumbnailProvider(m_store));
-    m_view->setInitialProperties({{QStringLiteral("hub"), QVariant::fromValue(m_controller)}});
-    QmlModule::prepare(m_view->engine());
-    m_view->setSource(QmlModule::viewUrl("UI/HubView.qml"));
-    if (m_view->status() == QQuickView::Error) {
-        for (const QQmlError &error : m_view->errors())
-            qCCritical(lcApp) << "Hub view:" << error.toString();
-    }
+    QmlModule::load(m_view.get(), "UI/HubView.qml",
+                    {{QStringLiteral("hub"), QVariant::fromValue(m_controller)}}, lcApp());
     connect(m_view.get(), &QWindow::activeChanged, this, [this] {
         if (m_view && !m_view->isActive() && m_view->isVisible()) {
             m_sinceFocusLossClose.start();

@@ -21,21 +21,13 @@ OnboardingWindowController::~OnboardingWindowController() = default;
 void OnboardingWindowController::show()
 {
     if (!m_view) {
-        m_view = std::make_unique<QQuickView>();
-        m_view->setObjectName(QStringLiteral("onboardingWindow"));
-        m_view->setTitle(QStringLiteral("Welcome to Halcy"));
-        m_view->setFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
-        m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+        m_view = QmlModule::createView(QStringLiteral("onboardingWindow"), QStringLiteral("Welcome to Halcy"),
+                                       Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint);
         m_view->resize(contentSize);
         m_view->setMinimumSize(contentSize);
         m_view->setMaximumSize(contentSize);
-        m_view->setInitialProperties({{QStringLiteral("onboarding"), QVariant::fromValue(this)}});
-        QmlModule::prepare(m_view->engine());
-        m_view->setSource(QmlModule::viewUrl("UI/OnboardingView.qml"));
-        if (m_view->status() == QQuickView::Error) {
-            for (const QQmlError &error : m_view->errors())
-                qCCritical(lcSettings) << "Onboarding view:" << error.toString();
-        }
+        QmlModule::load(m_view.get(), "UI/OnboardingView.qml",
+                        {{QStringLiteral("onboarding"), QVariant::fromValue(this)}}, lcSettings());
         // Closing the window by its close button counts as finishing.
         connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
             if (!visible)

@@ -47,23 +47,15 @@ QPoint SettingsWindowController::placement(const QPoint &topLeft, const QSize &s
 
 void SettingsWindowController::createWindow()
 {
-    m_view = std::make_unique<QQuickView>();
-    m_view->setObjectName(QStringLiteral("settingsWindow"));
-    m_view->setTitle(QStringLiteral("Halcy Settings"));
     // Titled, closable, minimisable; a fixed size leaves the window manager no resize handle.
-    m_view->setFlags(Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
-                     Qt::WindowMinimizeButtonHint);
-    m_view->setResizeMode(QQuickView::SizeRootObjectToView);
+    m_view = QmlModule::createView(QStringLiteral("settingsWindow"), QStringLiteral("Halcy Settings"),
+                                   Qt::Window | Qt::WindowTitleHint | Qt::WindowCloseButtonHint |
+                                       Qt::WindowMinimizeButtonHint);
     m_view->resize(contentSize);
     m_view->setMinimumSize(contentSize);
     m_view->setMaximumSize(contentSize);
-    m_view->setInitialProperties({{QStringLiteral("settings"), QVariant::fromValue(m_controller)}});
-    QmlModule::prepare(m_view->engine());
-    m_view->setSource(QmlModule::viewUrl("UI/SettingsView.qml"));
-    if (m_view->status() == QQuickView::Error) {
-        for (const QQmlError &error : m_view->errors())
-            qCCritical(lcSettings) << "Settings view:" << error.toString();
-    }
+    QmlModule::load(m_view.get(), "UI/SettingsView.qml",
+                    {{QStringLiteral("settings"), QVariant::fromValue(m_controller)}}, lcSettings());
     // Kept when closed: letting the scene go gives back only ~2 MB (Qt keeps its QML and style caches
     // and libraries), while building it again costs a visible moment at the next open.
     connect(m_view.get(), &QWindow::visibleChanged, this, [this](bool visible) {
