@@ -3,7 +3,6 @@
 #include "TestEnvironment.h"
 #include "TestTime.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
 #include <QTest>
@@ -41,17 +40,10 @@ bool HalcyProcess::start(int timeoutMs)
     m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
-    if (!m_process.waitForStarted(scaledTimeout(timeoutMs)))
-        return false;
-    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
-    while (!deadline.hasExpired()) {
-        if (m_log.contains(QLatin1String(" started")))
-            return true;
-        if (m_process.state() == QProcess::NotRunning)
-            return false;
-        QTest::qWait(50);
-    }
-    return false;
+    const auto started = [&] { return m_log.contains(QLatin1String(" started")); };
+    return QTest::qWaitFor([&] { return started() || m_process.state() == QProcess::NotRunning; },
+                           scaledTimeout(timeoutMs)) &&
+           started();
 }
 
 int HalcyProcess::runClient(const QStringList &arguments, QString *output, int timeoutMs) const
@@ -72,8 +64,6 @@ int HalcyProcess::runClient(const QStringList &arguments, QString *output, int t
 
 bool HalcyProcess::waitForExit(int timeoutMs)
 {
-    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
-    while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
-        QTest::qWait(50);
-    return m_process.state() == QProcess::NotRunning;
+    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; },
+                           scaledTimeout(timeoutMs));
 }

@@ -6,8 +6,6 @@
 #include <QStringList>
 #include <QTemporaryDir>
 
-#include <memory>
-
 // The real halcy binary run by an integration test, with its own config, data and runtime directories
 // so that it never meets the user's files or another test's instance.
 // Deadlines are given as on a normal build and stretched by the test time factor.

@@ -31,8 +31,6 @@ public:
     QString errorOutput();
 
 private:
-    bool waitForLine(int timeoutMs);
-
     QString m_program;
     QProcess m_process;
     QString m_readyLine;
