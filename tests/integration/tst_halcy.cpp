@@ -4,8 +4,6 @@
 #include "TestTime.h"
 #include "X11TestMain.h"
 
-#include <QSqlDatabase>
-#include <QSqlQuery>
 #include <QTest>
 
 #include <algorithm>
@@ -36,20 +34,10 @@ bool trayIconDocked()
 // Read beside the running app the way a backup tool would; empty when there is none.
 QString newestRecord(const HalcyProcess &halcy)
 {
-    QString newest;
-    {
-        QSqlDatabase db = QSqlDatabase::addDatabase("QSQLITE", "reader");
-        db.setConnectOptions("QSQLITE_OPEN_READONLY;QSQLITE_BUSY_TIMEOUT=2000");
-        db.setDatabaseName(halcy.dataHome() + "/Halcy/history.sqlite");
-        QSqlQuery query(db);
-        if (db.open() &&
-            query.exec(QStringLiteral("SELECT textContent FROM ClipboardRecord "
-                                      "ORDER BY timestamp DESC, rowid DESC LIMIT 1")) &&
-            query.next())
-            newest = query.value(0).toString();
-    }
-    QSqlDatabase::removeDatabase("reader");
-    return newest;
+    return toolOutput("sqlite3",
+                      {"-readonly", halcy.dataHome() + "/Halcy/history.sqlite",
+                       "SELECT textContent FROM ClipboardRecord ORDER BY timestamp DESC, rowid DESC LIMIT 1"})
+        .trimmed();
 }
 
 } // namespace
@@ -65,7 +53,7 @@ private slots:
     {
         if (qEnvironmentVariableIsEmpty("DISPLAY"))
             QSKIP("needs the desktop session of scripts/desktop-session.sh");
-        HALCY_REQUIRE_TOOLS("xdotool", "xwininfo");
+        HALCY_REQUIRE_TOOLS("xdotool", "xwininfo", "xclip", "sqlite3");
     }
 
     void verbsReachTheRunningInstance_data()
