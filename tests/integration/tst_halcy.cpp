@@ -137,6 +137,8 @@ private slots:
         const QStringList none;
         QTest::addRow("a verb with no instance")
             << QStringList{"toggle-mirror"} << none << 1 << QStringList{"not running"};
+        QTest::addRow("quit with no instance")
+            << QStringList{"quit"} << none << 1 << QStringList{"not running"};
         QTest::addRow("an unknown verb") << QStringList{"frobnicate"} << none << 2 << QStringList{"Unknown"};
         QTest::addRow("--help lists every verb")
             << QStringList{"--help"} << none << 0

@@ -67,9 +67,10 @@ private slots:
         m_app->start();
         // The tray host docks the icon asynchronously and may move it while it lays itself out again.
         QRect icon;
+        QSystemTrayIcon *tray = m_app->statusItemController()->trayIcon();
         const auto settled = [&] {
-            const QRect now = trayIconGeometry();
-            return now.isValid() && std::exchange(icon, now) == now;
+            const QRect now = tray->geometry();
+            return tray->isVisible() && now.width() > 0 && now.top() >= 0 && std::exchange(icon, now) == now;
         };
         QTRY_VERIFY_WITH_TIMEOUT(settled(), scaledTimeout(10000));
 
@@ -166,12 +167,6 @@ private:
                 return row;
         }
         return nullptr;
-    }
-    QRect trayIconGeometry() const
-    {
-        QSystemTrayIcon *icon = m_app->statusItemController()->trayIcon();
-        const QRect rect = icon->geometry();
-        return icon->isVisible() && rect.width() > 0 && rect.top() >= 0 ? rect : QRect();
     }
     bool openHubWithShortcut()
     {

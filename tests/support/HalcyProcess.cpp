@@ -1,11 +1,9 @@
 #include "HalcyProcess.h"
 
 #include "TestEnvironment.h"
-#include "TestTime.h"
 
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 HalcyProcess::HalcyProcess(const QString &binary)
     : m_binary(binary), m_environment(QProcessEnvironment::systemEnvironment())
@@ -60,10 +58,4 @@ int HalcyProcess::runClient(const QStringList &arguments, QString *output, int t
     if (output)
         *output = QString::fromLocal8Bit(client.readAll());
     return client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
-}
-
-bool HalcyProcess::waitForExit(int timeoutMs)
-{
-    return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; },
-                           scaledTimeout(timeoutMs));
 }

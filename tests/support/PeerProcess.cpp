@@ -41,12 +41,6 @@ void end(QProcess &process, bool terminate, int timeoutMs)
 
 PeerProcess::PeerProcess(QString program) : m_program(std::move(program)) {}
 
-PeerProcess::~PeerProcess()
-{
-    if (isRunning())
-        stop(2000);
-}
-
 bool PeerProcess::start(const QStringList &arguments, int timeoutMs)
 {
     m_process.start(m_program, arguments);
@@ -63,11 +57,6 @@ std::optional<QString> PeerProcess::readLine(int timeoutMs)
     return QString::fromUtf8(m_process.readLine()).chopped(1);
 }
 
-void PeerProcess::writeLine(const QString &line)
-{
-    m_process.write(line.toUtf8() + '\n');
-}
-
 QString PeerProcess::stop(int timeoutMs)
 {
     if (isRunning())
@@ -79,11 +68,6 @@ bool PeerProcess::finish(int timeoutMs)
 {
     m_process.closeWriteChannel();
     return waitUntil(m_process, timeoutMs, [&] { return !isRunning(); });
-}
-
-QString PeerProcess::errorOutput()
-{
-    return QString::fromUtf8(m_process.readAllStandardError());
 }
 
 std::optional<ToolResult> runTool(const QString &program, const QStringList &arguments,
