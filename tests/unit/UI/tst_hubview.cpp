@@ -136,6 +136,7 @@ private slots:
         QCOMPARE(item("entryCount")->property("text").toString(), QStringLiteral("0"));
 
         // A disabled card is dimmed and ignores clicks.
+        QCOMPARE(item("mirrorCard")->opacity(), 1.0);
         m_state->setMirrorEnabled(false);
         QTRY_VERIFY(item("mirrorCard")->opacity() < 1);
         click(item("mirrorCard"));
