@@ -6,10 +6,6 @@
 class FakeFrontmostApplication final : public FrontmostApplication
 {
 public:
-    explicit FakeFrontmostApplication(QString name = QStringLiteral("Text Editor")) : m_name(std::move(name))
-    {
-    }
-
     void setName(const QString &name) { m_name = name; }
     void setWindowClass(std::optional<WindowClass> windowClass) { m_windowClass = std::move(windowClass); }
     int queries() const { return m_queries; }
@@ -23,7 +19,7 @@ public:
     std::optional<WindowClass> activeWindowClass() const override { return m_windowClass; }
 
 private:
-    QString m_name;
+    QString m_name = QStringLiteral("Text Editor");
     std::optional<WindowClass> m_windowClass;
     mutable int m_queries = 0;
 };

@@ -5,8 +5,6 @@
 #include <QList>
 #include <QSet>
 
-#include <algorithm>
-
 // Grabs in a list instead of on the desktop. Tests mark keys as taken by another program and press
 // combinations; a press reaches only a live grab, as on a real desktop.
 class FakeHotkeyRegistrar final : public HotkeyRegistrar
@@ -40,9 +38,7 @@ public:
     bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override
     {
         ++m_grabCalls;
-        m_grabs.erase(
-            std::remove_if(m_grabs.begin(), m_grabs.end(), [id](const Grab &g) { return g.id == id; }),
-            m_grabs.end());
+        m_grabs.removeIf([id](const Grab &g) { return g.id == id; });
         if (m_taken.contains(key))
             return false;
         m_grabs.append({id, key, modifiers});
