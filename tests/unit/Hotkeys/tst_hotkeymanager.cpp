@@ -25,6 +25,7 @@ private:
         registrar->taken = QSet<Qt::Key>(taken.begin(), taken.end());
         m_registrar = registrar.get();
         m_manager = std::make_unique<HotkeyManager>(table, std::move(registrar));
+        m_activated.clear();
         connect(m_manager.get(), &HotkeyManager::activated, this,
                 [this](const QString &id) { m_activated << id; });
         m_manager->start();
@@ -39,12 +40,6 @@ private:
     }
 
 private Q_SLOTS:
-    void cleanup()
-    {
-        m_manager.reset();
-        m_activated.clear();
-    }
-
     // Ids are the 1-based table positions whether or not the shortcuts before registered, and each
     // registered shortcut announces its own action.
     void refusedRegistrationsLeaveGaps_data()
