@@ -23,20 +23,14 @@ private:
     ClipboardHistoryEntries m_entries;
 
     QQuickView *view() const { return m_popover->view(); }
-    QQuickItem *item(const QString &objectName) const
+    QQuickItem *item(const QString &name) const
     {
-        return view()->rootObject()->findChild<QQuickItem *>(objectName);
+        return view()->rootObject()->findChild<QQuickItem *>(name);
     }
-    bool isShowing(const QString &objectName) const
-    {
-        return item(objectName) && item(objectName)->isVisible();
-    }
+    bool isShowing(const QString &name) const { return item(name) && item(name)->isVisible(); }
     QList<QQuickItem *> listChildren() const
     {
-        return item(QStringLiteral("historyList"))
-            ->property("contentItem")
-            .value<QQuickItem *>()
-            ->childItems();
+        return item("historyList")->property("contentItem").value<QQuickItem *>()->childItems();
     }
     QQuickItem *rowAt(int row) const
     {
