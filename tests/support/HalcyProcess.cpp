@@ -25,12 +25,11 @@ HalcyProcess::HalcyProcess(const QString &binary)
 
 HalcyProcess::~HalcyProcess()
 {
-    if (m_process.state() != QProcess::NotRunning) {
-        m_process.terminate();
-        if (!m_process.waitForFinished(scaledTimeout(5000)))
-            m_process.kill();
-        m_process.waitForFinished(scaledTimeout(2000));
-    }
+    // Each of these does nothing once the process has ended.
+    m_process.terminate();
+    if (!m_process.waitForFinished(scaledTimeout(5000)))
+        m_process.kill();
+    m_process.waitForFinished(scaledTimeout(2000));
 }
 
 bool HalcyProcess::start(int timeoutMs)
