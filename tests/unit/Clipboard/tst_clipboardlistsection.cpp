@@ -90,12 +90,8 @@ private slots:
         QFETCH(QStringList, expected);
 
         QStringList lines;
-        for (const auto &section : ClipboardListSection::group(entries, now, locale)) {
-            QStringList titles;
-            for (const auto &entry : section.entries)
-                titles.append(entry.title);
-            lines.append(QStringLiteral("%1: %2 [%3]").arg(section.id, section.title, titles.join(", ")));
-        }
+        for (const auto &section : ClipboardListSection::group(entries, now, locale))
+            lines << section.id + ": " + section.title + " [" + titlesOf(section.entries).join(", ") + ']';
         QCOMPARE(lines, expected);
     }
 };
