@@ -52,15 +52,10 @@ mode_t modeOf(const QString &path)
 // What a capture and the record made of it must agree on; both name their fields alike.
 template <typename Item> QStringList fieldsOf(const Item &item)
 {
-    return {item.title,
-            item.preview,
-            item.sourceAppName,
-            item.timestamp.toString(Qt::ISODateWithMs),
-            item.fingerprint,
-            item.textContent.value_or("(none)"),
-            item.fileURLStrings.join(u'|'),
-            item.imageBookmark.value_or("(none)"),
-            QString::fromLatin1(item.imageData.value_or("-").toHex())};
+    QStringList fields{item.title, item.preview, item.sourceAppName, item.fingerprint};
+    return fields << item.timestamp.toString(Qt::ISODateWithMs) << item.textContent.value_or("(none)")
+                  << item.fileURLStrings.join(u'|') << item.imageBookmark.value_or("(none)")
+                  << QString::fromLatin1(item.imageData.value_or("(none)").toHex());
 }
 
 } // namespace
@@ -399,10 +394,9 @@ private slots:
             // The newest record is the last reported capture, or the one after it if that one committed
             // before the kill but had not been reported yet.
             const QString newest = store->entries().value(0).title;
-            const QString prefix = QStringLiteral("capture %1-").arg(round);
-            QVERIFY2(newest == prefix + QString::number(lastSaved) ||
-                         newest == prefix + QString::number(lastSaved + 1),
-                     qPrintable(newest + QStringLiteral(" after %1 saved").arg(lastSaved)));
+            const QString saved = QStringLiteral("capture %1-%2").arg(round);
+            QVERIFY2(newest == saved.arg(lastSaved) || newest == saved.arg(lastSaved + 1),
+                     qPrintable(newest));
         }
     }
 };
