@@ -22,6 +22,14 @@ inline ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &wh
     return entry;
 }
 
+inline QStringList titlesOf(const ClipboardHistoryEntries &entries)
+{
+    QStringList titles;
+    for (const ClipboardHistoryEntry &entry : entries)
+        titles.append(entry.title);
+    return titles;
+}
+
 inline QDateTime secondsAgo(int seconds)
 {
     return QDateTime::currentDateTime().addSecs(-seconds);

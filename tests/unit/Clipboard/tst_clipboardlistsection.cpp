@@ -3,15 +3,6 @@
 
 #include <QTest>
 
-namespace {
-
-QDateTime at(int year, int month, int day, int hour = 12, int minute = 0, int second = 0)
-{
-    return QDateTime(QDate(year, month, day), QTime(hour, minute, second));
-}
-
-} // namespace
-
 class TestClipboardListSection final : public QObject
 {
     Q_OBJECT
@@ -24,6 +15,9 @@ private slots:
         QTest::addColumn<ClipboardHistoryEntries>("entries");
         QTest::addColumn<QStringList>("expected"); // "id: title [entry titles]" per section
 
+        const auto at = [](int year, int month, int day, int hour = 12, int minute = 0, int second = 0) {
+            return QDateTime(QDate(year, month, day), QTime(hour, minute, second));
+        };
         // 7 March 2026 is a Saturday.
         const QDateTime noon = at(2026, 3, 7);
         const QDateTime justAfterMidnight = at(2026, 3, 7, 0, 0, 30);
@@ -90,12 +84,8 @@ private slots:
         QFETCH(QStringList, expected);
 
         QStringList lines;
-        for (const auto &section : ClipboardListSection::group(entries, now, locale)) {
-            QStringList titles;
-            for (const auto &entry : section.entries)
-                titles.append(entry.title);
-            lines.append(QStringLiteral("%1: %2 [%3]").arg(section.id, section.title, titles.join(", ")));
-        }
+        for (const auto &section : ClipboardListSection::group(entries, now, locale))
+            lines << section.id + ": " + section.title + " [" + titlesOf(section.entries).join(", ") + ']';
         QCOMPARE(lines, expected);
     }
 };

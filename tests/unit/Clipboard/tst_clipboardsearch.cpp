@@ -138,22 +138,16 @@ private slots:
         QFETCH(QString, query);
         QFETCH(QStringList, expected);
 
-        const auto text = ClipboardContentType::text;
-        const ClipboardHistoryEntries newestFirst{
-            entry("my report", "", "Editor", text, 1),   // 75
-            entry("report", "", "Editor", text, 2),      // 100
-            entry("draft", "report", "Editor", text, 3), // 55
-            entry("your report", "", "Editor", text, 4), // 75
-            entry("Report", "", "Editor", text, 5),      // 100
-            entry("unrelated", "", "Editor", text, 6),
-        };
+        // Scores 75, 100, 55 (by its preview), 75, 100 and none.
+        ClipboardHistoryEntries newestFirst;
+        for (const char *title : {"my report", "report", "draft", "your report", "Report", "unrelated"})
+            newestFirst << entry(title, "", "Editor", ClipboardContentType::text,
+                                 int(newestFirst.size()) + 1);
+        newestFirst[2].preview = QStringLiteral("report");
         ClipboardHistoryEntries entries;
         for (const int index : inputOrder)
             entries.append(newestFirst.at(index));
-        QStringList titles;
-        for (const ClipboardHistoryEntry &entry : ClipboardSearch::rank(entries, query))
-            titles.append(entry.title);
-        QCOMPARE(titles, expected);
+        QCOMPARE(titlesOf(ClipboardSearch::rank(entries, query)), expected);
     }
 };
 
