@@ -20,6 +20,7 @@ constexpr uint16_t numLock = XCB_MOD_MASK_2;
 constexpr Qt::KeyboardModifiers shiftCommand = Qt::MetaModifier | Qt::ShiftModifier;
 constexpr Qt::KeyboardModifiers controlCommand = Qt::ControlModifier | Qt::MetaModifier;
 
+using Presses = QList<QList<QVariant>>; // the ids of the shortcuts pressed
 using Connection = std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)>;
 
 // Another program's connection holding a grab of the key in every lock state given; none when the server
@@ -130,15 +131,10 @@ private slots:
         } else {
             QVERIFY(press(combination));
         }
-        if (id != 0) {
-            QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), 1, scaledTimeout(5000));
-            QCOMPARE(pressed.at(0).at(0).value<quint32>(), id);
-        }
-        spinEventLoop(300);
-        QCOMPARE(pressed.size(), id != 0 ? 1 : 0);
-        // The grabs still answer afterwards.
-        QVERIFY(press(QStringLiteral("super+shift+v")));
-        QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), id != 0 ? 2 : 1, scaledTimeout(5000));
+        // Another shortcut after it: whatever the first press caused has arrived by then.
+        QVERIFY(press(QStringLiteral("ctrl+super+m")));
+        QTRY_COMPARE_WITH_TIMEOUT(Presses(pressed), (id ? Presses{{id}, {2u}} : Presses{{2u}}),
+                                  scaledTimeout(5000));
     }
 
     void keysAreRefusedOrGivenBack()
@@ -159,8 +155,7 @@ private slots:
         QVERIFY(registrar->grab(7, Qt::Key_D, controlCommand));
         QVERIFY(otherProgramGrab('m', controlSuper));
         QVERIFY(press(QStringLiteral("ctrl+super+d")));
-        QTRY_COMPARE_WITH_TIMEOUT(pressed.size(), 1, scaledTimeout(5000));
-        QCOMPARE(pressed.at(0).at(0).value<quint32>(), 7u);
+        QTRY_COMPARE_WITH_TIMEOUT(Presses(pressed), Presses{{7u}}, scaledTimeout(5000));
 
         registrar->ungrabAll();
         QVERIFY(otherProgramGrab('d', controlSuper));
