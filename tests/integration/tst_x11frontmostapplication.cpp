@@ -10,18 +10,6 @@
 #include <QLocale>
 #include <QWindow>
 
-namespace {
-
-const QString peerPath = QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer");
-
-// Starts the text field peer with the given window class and makes its window the active one.
-bool startActive(PeerProcess &peer, const QString &windowClass)
-{
-    return peer.start({QStringLiteral("--class"), windowClass}) && activatePeerWindow(peer);
-}
-
-} // namespace
-
 class TestX11FrontmostApplication final : public QObject
 {
     Q_OBJECT
@@ -75,8 +63,9 @@ private slots:
         QFETCH(QString, expected);
 
         QLocale::setDefault(QLocale(locale));
-        PeerProcess peer(peerPath);
-        QVERIFY2(startActive(peer, windowClass), qPrintable(peer.errorOutput()));
+        PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+        QVERIFY2(peer.start({"--class", windowClass}) && activatePeerWindow(peer),
+                 qPrintable(peer.errorOutput()));
         X11FrontmostApplication frontmost;
         QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(WindowClass()).className,
                                   windowClass, scaledTimeout(10000));
@@ -89,15 +78,15 @@ private slots:
     {
         X11FrontmostApplication frontmost;
         {
-            PeerProcess peer(peerPath);
-            QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerEditor")), qPrintable(peer.errorOutput()));
+            PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+            QVERIFY2(peer.start({"--class", "HalcyPeerEditor"}) && activatePeerWindow(peer),
+                     qPrintable(peer.errorOutput()));
             QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), scaledTimeout(10000));
             QWindow ours;
             ours.resize(200, 100);
             ours.show();
             QVERIFY(QTest::qWaitForWindowExposed(&ours, scaledTimeout(5000)));
-            QVERIFY(xdotool(
-                {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(ours.winId())}));
+            QVERIFY(xdotool({"windowactivate", "--sync", QString::number(ours.winId())}));
             QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), scaledTimeout(10000));
             QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
         }

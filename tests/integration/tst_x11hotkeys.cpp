@@ -171,8 +171,7 @@ private slots:
         QVERIFY(registrar.grab(1, Qt::Key_V, shiftCommand));
         QSignalSpy pressed(&registrar, &HotkeyRegistrar::pressed);
         // Dvorak puts "v" on another key, and "k" where "v" was.
-        if (!setKeyboardLayout({QStringLiteral("-layout"), QStringLiteral("us"), QStringLiteral("-variant"),
-                                QStringLiteral("dvorak")}))
+        if (!setKeyboardLayout({"-layout", "us", "-variant", "dvorak"}))
             QSKIP("setxkbmap cannot switch the layout here");
 
         QTRY_VERIFY_WITH_TIMEOUT(pressKeys(QStringLiteral("super+shift+v")) &&

@@ -21,8 +21,7 @@ private slots:
 
     void cleanup()
     {
-        xdotool({QStringLiteral("keyup"), QStringLiteral("super"), QStringLiteral("shift"),
-                 QStringLiteral("ctrl"), QStringLiteral("alt")});
+        xdotool({"keyup", "super", "shift", "ctrl", "alt"});
         setKeyboardLayout({QStringLiteral("-layout"), QStringLiteral("us")});
     }
 
@@ -71,12 +70,7 @@ private slots:
                                                                 << "sh"
                                                                 << "-c"
                                                                 << "stty -icanon; cat > '" + output + "'");
-            const std::optional<ToolResult> shown =
-                runTool(QStringLiteral("xdotool"),
-                        {QStringLiteral("search"), QStringLiteral("--sync"), QStringLiteral("--name"), title,
-                         QStringLiteral("windowactivate"), QStringLiteral("--sync")},
-                        {}, 15000);
-            QVERIFY(shown && shown->exitCode == 0);
+            QVERIFY(xdotool({"search", "--sync", "--name", title, "windowactivate", "--sync"}));
         }
 
         X11Pasteboard pasteboard;

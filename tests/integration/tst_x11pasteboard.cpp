@@ -69,11 +69,7 @@ class TestX11Pasteboard final : public QObject
     Q_OBJECT
 
 private slots:
-    void initTestCase()
-    {
-        HALCY_REQUIRE_X11_SESSION("xclip");
-        QVERIFY(m_dir.isValid());
-    }
+    void initTestCase() { HALCY_REQUIRE_X11_SESSION("xclip"); }
 
     void readsWhatAnOwnerOffers_data()
     {
@@ -145,7 +141,7 @@ private slots:
         QFETCH(QByteArray, image);
 
         X11Pasteboard pasteboard;
-        const QString file = writeFile(QStringLiteral("data.bin"), data);
+        const QString file = writeFile(m_dir.path(), QStringLiteral("data.bin"), data);
         QVERIFY(!file.isEmpty());
         PeerProcess owner(program);
         QVERIFY2(owner.start(arguments.replaceInStrings(QStringLiteral("%1"), file)),
@@ -192,9 +188,7 @@ private slots:
         QCOMPARE(xclipOutput(), std::optional<QByteArray>(QStringLiteral("written by Halcy ✓").toUtf8()));
         QCOMPARE(xclipOutput(marker), std::optional<QByteArray>("1"));
         // Read back through the reader's own connection, the GUI thread serving it.
-        PasteboardRequest request;
-        request.isExcluded = &ClipboardMonitor::isExcluded;
-        QCOMPARE(PendingRead(pasteboard, request).wait().status, Status::excluded);
+        QCOMPARE(PendingRead(pasteboard, {0, &ClipboardMonitor::isExcluded}).wait().status, Status::excluded);
 
         pasteboard.clear();
         QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::nullopt, scaledTimeout(10000));
@@ -207,15 +201,12 @@ private slots:
         PeerProcess answering(clipboardPeer);
         QVERIFY(answering.start({QStringLiteral("--stdin")}));
         PeerProcess silent(xcbOwnerPeer);
-        QVERIFY(silent.start({QStringLiteral("--silent"), QStringLiteral("--offer"),
-                              QStringLiteral("UTF8_STRING=") + writeFile("never", "never sent"),
-                              QStringLiteral("--offer"),
-                              QStringLiteral("x-kde-passwordManagerHint=") + writeFile("hint", "secret")}));
+        QVERIFY(silent.start({"--silent", "--offer",
+                              "UTF8_STRING=" + writeFile(m_dir.path(), "never", "never sent"), "--offer",
+                              "x-kde-passwordManagerHint=" + writeFile(m_dir.path(), "hint", "secret")}));
 
         // Had the secret text been asked for, the silent owner would have held this read up.
-        PasteboardRequest request;
-        request.isExcluded = &ClipboardMonitor::isExcluded;
-        QCOMPARE(PendingRead(pasteboard, request).wait().status, Status::excluded);
+        QCOMPARE(PendingRead(pasteboard, {0, &ClipboardMonitor::isExcluded}).wait().status, Status::excluded);
         QCOMPARE(silent.readLine(10000).value_or(QString()), QStringLiteral("request TARGETS"));
 
         QElapsedTimer elapsed;
@@ -244,8 +235,7 @@ private slots:
         X11Pasteboard pasteboard;
         FakeFrontmostApplication frontmost;
         RecordingMonitorDelegate delegate;
-        const std::unique_ptr<ClipboardStore> store =
-            ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit);
+        const auto store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit);
         ClipboardMonitor monitor(&pasteboard, store.get(), &frontmost, &delegate);
         monitor.setPollIntervalMs(0);
         monitor.start();
@@ -262,11 +252,6 @@ private slots:
     }
 
 private:
-    QString writeFile(const QString &name, const QByteArray &bytes)
-    {
-        return ::writeFile(m_dir.path(), name, bytes);
-    }
-
     QTemporaryDir m_dir;
 };
 
