@@ -66,10 +66,9 @@ private slots:
         } else {
             // Without line buffering, so that text without a line end reaches the file.
             const QString title = QStringLiteral("halcy-paste-") + terminal.constFirst();
-            window.start(terminal.constFirst(), terminal.mid(1) << title << "-e"
-                                                                << "sh"
-                                                                << "-c"
-                                                                << "stty -icanon; cat > '" + output + "'");
+            window.start(terminal.constFirst(),
+                         terminal.mid(1) +
+                             QStringList{title, "-e", "sh", "-c", "stty -icanon; cat > '" + output + "'"});
             QVERIFY(xdotool({"search", "--sync", "--name", title, "windowactivate", "--sync"}));
         }
 

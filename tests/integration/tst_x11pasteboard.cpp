@@ -81,52 +81,49 @@ private slots:
         QTest::addColumn<QString>("text");      // null: not read
         QTest::addColumn<QStringList>("fileURLs");
         QTest::addColumn<QByteArray>("image");
-        const auto text = [](const char *name, const QString &program, const QStringList &arguments,
-                             const QByteArray &data, const QString &text) {
-            QTest::addRow("%s", name) << program << arguments << data << Status::received
-                                      << QStringList{"text/plain"} << text << QStringList{} << QByteArray();
-        };
-        const auto tooLarge = [](const char *name, const QString &program, const QStringList &arguments,
-                                 const QByteArray &data, const QString &type) {
-            QTest::addRow("%s", name) << program << arguments << data << Status::tooLarge << QStringList{type}
-                                      << QString() << QStringList{} << QByteArray();
+        const auto row = [](const char *name, const QString &program, const QStringList &arguments,
+                            const QByteArray &data, Status status, const QStringList &types,
+                            const QString &text = {}, const QStringList &fileURLs = {},
+                            const QByteArray &image = {}) {
+            QTest::addRow("%s", name)
+                << program << arguments << data << status << types << text << fileURLs << image;
         };
         const QStringList qtImage{"--data", "image/png=%1"};
         const QStringList utf8{"--offer", "UTF8_STRING=%1"};
+        const QStringList plain{"text/plain"};
+        const Status received = Status::received;
 
-        QTest::addRow("text beside a marker with an empty value")
-            << clipboardPeer << QStringList{"--text", "s3cret ✓", "--type", "org.nspasteboard.ConcealedType="}
-            << QByteArray() << Status::received << QStringList{"text/plain", "org.nspasteboard.ConcealedType"}
-            << "s3cret ✓" << QStringList{} << QByteArray();
-        QTest::addRow("file list keeps only file URLs and leaves the text unread")
-            << clipboardPeer
-            << QStringList{"--uri-list", "file:///tmp/a%20b.txt", "--uri-list", "https://example.com/",
-                           "--uri-list", "file:///tmp/c.txt",     "--text",     "/tmp/a b.txt"}
-            << QByteArray() << Status::received << QStringList{"text/uri-list", "text/plain"} << QString()
-            << QStringList{"file:///tmp/a%20b.txt", "file:///tmp/c.txt"} << QByteArray();
-        QTest::addRow("png without text")
-            << clipboardPeer << qtImage << encodedImage() << Status::received << QStringList{"image/png"}
-            << QString() << QStringList{} << encodedImage();
-        text("UTF8_STRING", xcbOwnerPeer, utf8, "na\xc3\xafve \xe2\x9c\x93", "naïve ✓");
-        text("Latin-1 STRING", xcbOwnerPeer, {"--offer", "STRING=%1"}, "caf\xe9", "café");
-        text("text/plain with charset", xcbOwnerPeer, {"--offer", "text/plain;charset=utf-8=%1"},
-             "\xc3\xa9t\xc3\xa9", "été");
-        text("C string terminator dropped", xcbOwnerPeer, utf8, QByteArray("ends here\0", 10), "ends here");
+        row("text beside a marker with an empty value", clipboardPeer,
+            {"--text", "s3cret ✓", "--type", "org.nspasteboard.ConcealedType="}, {}, received,
+            {"text/plain", "org.nspasteboard.ConcealedType"}, "s3cret ✓");
+        row("file list keeps only file URLs and leaves the text unread", clipboardPeer,
+            {"--uri-list", "file:///tmp/a%20b.txt", "--uri-list", "https://example.com/", "--uri-list",
+             "file:///tmp/c.txt", "--text", "/tmp/a b.txt"},
+            {}, received, {"text/uri-list", "text/plain"}, {},
+            {"file:///tmp/a%20b.txt", "file:///tmp/c.txt"});
+        row("png without text", clipboardPeer, qtImage, encodedImage(), received, {"image/png"}, {}, {},
+            encodedImage());
+        row("UTF8_STRING", xcbOwnerPeer, utf8, "na\xc3\xafve \xe2\x9c\x93", received, plain, "naïve ✓");
+        row("Latin-1 STRING", xcbOwnerPeer, {"--offer", "STRING=%1"}, "caf\xe9", received, plain, "café");
+        row("text/plain with charset", xcbOwnerPeer, {"--offer", "text/plain;charset=utf-8=%1"},
+            "\xc3\xa9t\xc3\xa9", received, plain, "été");
+        row("C string terminator dropped", xcbOwnerPeer, utf8, QByteArray("ends here\0", 10), received, plain,
+            "ends here");
         QByteArray large(20'000'000, Qt::Uninitialized);
         QRandomGenerator(7).fillRange(reinterpret_cast<quint32 *>(large.data()), large.size() / 4);
-        QTest::addRow("20 MB png from a Qt owner, one chunk past its request size")
-            << clipboardPeer << qtImage << large << Status::received << QStringList{"image/png"} << QString()
-            << QStringList{} << large;
-        text("3 MB of text in 4 KB chunks", xcbOwnerPeer, utf8 + QStringList{"--chunk", "4096"},
-             textOfSize(3'000'000), QString::fromUtf8(textOfSize(3'000'000)));
-        text("size understated in the announcement", xcbOwnerPeer, utf8 + QStringList{"--announce", "10"},
-             textOfSize(2'000'000), QString::fromUtf8(textOfSize(2'000'000)));
+        row("20 MB png from a Qt owner, one chunk past its request size", clipboardPeer, qtImage, large,
+            received, {"image/png"}, {}, {}, large);
+        row("3 MB of text in 4 KB chunks", xcbOwnerPeer, utf8 + QStringList{"--chunk", "4096"},
+            textOfSize(3'000'000), received, plain, QString::fromUtf8(textOfSize(3'000'000)));
+        row("size understated in the announcement", xcbOwnerPeer, utf8 + QStringList{"--announce", "10"},
+            textOfSize(2'000'000), received, plain, QString::fromUtf8(textOfSize(2'000'000)));
         const QByteArray overText(PasteboardLimits::maxTextBytes + 1, 'z');
-        tooLarge("announced size over the text limit", xcbOwnerPeer, utf8, overText, "text/plain");
-        tooLarge("understated size: stopped once past the limit", xcbOwnerPeer,
-                 utf8 + QStringList{"--announce", "1000"}, overText + QByteArray(4 << 20, 'z'), "text/plain");
-        tooLarge("png from a Qt owner over the image limit", clipboardPeer, qtImage,
-                 QByteArray(PasteboardLimits::maxImageBytes + 1, 'z'), "image/png");
+        row("announced size over the text limit", xcbOwnerPeer, utf8, overText, Status::tooLarge, plain);
+        row("understated size: stopped once past the limit", xcbOwnerPeer,
+            utf8 + QStringList{"--announce", "1000"}, overText + QByteArray(4 << 20, 'z'), Status::tooLarge,
+            plain);
+        row("png from a Qt owner over the image limit", clipboardPeer, qtImage,
+            QByteArray(PasteboardLimits::maxImageBytes + 1, 'z'), Status::tooLarge, {"image/png"});
     }
 
     void readsWhatAnOwnerOffers()
