@@ -2,28 +2,18 @@
 
 #include "Platform/FrontmostApplication.h"
 
-// Answers whatever name the test sets; "" plays "no active window".
+// Answers whatever the test sets; an empty name plays "no active window".
 class FakeFrontmostApplication final : public FrontmostApplication
 {
 public:
-    explicit FakeFrontmostApplication(QString name = QStringLiteral("Text Editor")) : m_name(std::move(name))
-    {
-    }
-
-    void setName(const QString &name) { m_name = name; }
-    void setWindowClass(std::optional<WindowClass> windowClass) { m_windowClass = std::move(windowClass); }
-    int queries() const { return m_queries; }
+    QString appName = QStringLiteral("Text Editor");
+    std::optional<WindowClass> windowClass;
+    mutable int queries = 0;
 
     QString name() const override
     {
-        ++m_queries;
-        return m_name;
+        ++queries;
+        return appName;
     }
-
-    std::optional<WindowClass> activeWindowClass() const override { return m_windowClass; }
-
-private:
-    QString m_name;
-    std::optional<WindowClass> m_windowClass;
-    mutable int m_queries = 0;
+    std::optional<WindowClass> activeWindowClass() const override { return windowClass; }
 };

@@ -5,8 +5,6 @@
 #include <QList>
 #include <QSet>
 
-#include <algorithm>
-
 // Grabs in a list instead of on the desktop. Tests mark keys as taken by another program and press
 // combinations; a press reaches only a live grab, as on a real desktop.
 class FakeHotkeyRegistrar final : public HotkeyRegistrar
@@ -21,14 +19,14 @@ public:
 
     using HotkeyRegistrar::HotkeyRegistrar;
 
-    void setTaken(Qt::Key key) { m_taken.insert(key); }
-    const QList<Grab> &grabs() const { return m_grabs; }
-    int grabCalls() const { return m_grabCalls; }
+    QSet<Qt::Key> taken;
+    QList<Grab> grabs;
+    int grabCalls = 0;
 
     // Presses key + modifiers; true when a live grab took the press.
     bool press(Qt::Key key, Qt::KeyboardModifiers modifiers)
     {
-        for (const Grab &grab : std::as_const(m_grabs)) {
+        for (const Grab &grab : std::as_const(grabs)) {
             if (grab.key == key && grab.modifiers == modifiers) {
                 Q_EMIT pressed(grab.id);
                 return true;
@@ -39,20 +37,13 @@ public:
 
     bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override
     {
-        ++m_grabCalls;
-        m_grabs.erase(
-            std::remove_if(m_grabs.begin(), m_grabs.end(), [id](const Grab &g) { return g.id == id; }),
-            m_grabs.end());
-        if (m_taken.contains(key))
+        ++grabCalls;
+        grabs.removeIf([id](const Grab &g) { return g.id == id; });
+        if (taken.contains(key))
             return false;
-        m_grabs.append({id, key, modifiers});
+        grabs.append({id, key, modifiers});
         return true;
     }
 
-    void ungrabAll() override { m_grabs.clear(); }
-
-private:
-    QSet<Qt::Key> m_taken;
-    QList<Grab> m_grabs;
-    int m_grabCalls = 0;
+    void ungrabAll() override { grabs.clear(); }
 };

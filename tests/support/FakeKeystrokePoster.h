@@ -8,22 +8,16 @@
 class FakeKeystrokePoster final : public KeystrokePoster
 {
 public:
-    void setAvailable(bool available) { m_available = available; }
-    void setPostSucceeds(bool succeeds) { m_postSucceeds = succeeds; }
-    int posts() const { return m_posts; }
-    std::optional<PasteKeystroke> lastKeystroke() const { return m_lastKeystroke; }
+    bool available = true;
+    bool postSucceeds = true;
+    int posts = 0;
+    std::optional<PasteKeystroke> lastKeystroke;
 
-    bool isAvailable() const override { return m_available; }
+    bool isAvailable() const override { return available; }
     bool postPasteKeystroke(PasteKeystroke keystroke) override
     {
-        ++m_posts;
-        m_lastKeystroke = keystroke;
-        return m_postSucceeds;
+        ++posts;
+        lastKeystroke = keystroke;
+        return postSucceeds;
     }
-
-private:
-    bool m_available = true;
-    bool m_postSucceeds = true;
-    int m_posts = 0;
-    std::optional<PasteKeystroke> m_lastKeystroke;
 };

@@ -4,37 +4,16 @@
 
 #include <utility>
 
-FakePasteboard::FakePasteboard(QObject *parent) : Pasteboard(parent)
-{
-    // Something left over from before the launch.
-    m_content = {{QStringLiteral("text/plain"), QByteArrayLiteral("copied before launch")}};
-    m_changeCount = 41;
-}
+FakePasteboard::FakePasteboard(QObject *parent) : Pasteboard(parent) {}
 
 FakePasteboard::~FakePasteboard() = default;
-
-void FakePasteboard::bump()
-{
-    ++m_changeCount;
-    if (m_emitsChanged)
-        Q_EMIT changed();
-}
 
 void FakePasteboard::copy(const Content &content)
 {
     m_content = content;
-    bump();
-}
-
-void FakePasteboard::copyText(const QString &text)
-{
-    copy({{QStringLiteral("text/plain"), text.toUtf8()}});
-}
-
-void FakePasteboard::ownerExited()
-{
-    m_content.clear();
-    bump();
+    ++m_changeCount;
+    if (m_emitsChanged)
+        Q_EMIT changed();
 }
 
 std::optional<QByteArray> FakePasteboard::peek(const QString &mimeType) const
@@ -54,39 +33,31 @@ QStringList FakePasteboard::types() const
     return result;
 }
 
-PasteboardData FakePasteboard::fetch(const QString &type, qsizetype limit)
-{
-    ++m_dataReads;
-    std::optional<QByteArray> bytes = peek(type);
-    if (!bytes)
-        return PasteboardData::of(PasteboardData::Outcome::refused);
-    if (bytes->size() > limit)
-        return PasteboardData::of(PasteboardData::Outcome::tooLarge, bytes->size());
-    return PasteboardData::received(std::move(*bytes));
-}
-
 void FakePasteboard::requestContent(const PasteboardRequest &request, QObject *context,
                                     ContentHandler handler)
 {
     ++m_requestCount;
-    Answer answer{
-        context, std::move(handler),
-        PasteboardContent::read(request.changeCount, types(), request.isExcluded,
-                                [this](const QString &type, qsizetype limit) { return fetch(type, limit); })};
+    const auto fetch = [this](const QString &type, qsizetype limit) {
+        ++m_dataReads;
+        std::optional<QByteArray> bytes = peek(type);
+        if (!bytes)
+            return PasteboardData::of(PasteboardData::Outcome::refused);
+        if (bytes->size() > limit)
+            return PasteboardData::of(PasteboardData::Outcome::tooLarge, bytes->size());
+        return PasteboardData::received(std::move(*bytes));
+    };
+    Answer answer{context, std::move(handler),
+                  PasteboardContent::read(request.changeCount, types(), request.isExcluded, fetch)};
     if (request.prepare)
         request.prepare(answer.content);
-    if (!m_answersAtOnce) {
-        m_held.append(std::move(answer));
-        return;
-    }
-    if (answer.context)
-        answer.handler(answer.content);
+    m_held.append(std::move(answer));
+    if (m_answersAtOnce)
+        answerHeldRequests();
 }
 
 void FakePasteboard::answerHeldRequests()
 {
-    const QList<Answer> held = std::exchange(m_held, {});
-    for (const Answer &answer : held) {
+    for (const Answer &answer : std::exchange(m_held, {})) {
         if (answer.context)
             answer.handler(answer.content);
     }
@@ -98,19 +69,18 @@ bool FakePasteboard::write(QMimeData *data)
     ++m_writeCount;
     if (!m_writeSucceeds)
         return false;
-    m_content.clear();
+    Content content;
     for (const QString &format : data->formats())
-        m_content.append({format, data->data(format)});
+        content.append({format, data->data(format)});
     m_lastWritten = std::move(owned);
-    bump();
+    copy(content);
     return true;
 }
 
 void FakePasteboard::clear()
 {
-    m_content.clear();
     m_lastWritten.reset();
-    bump();
+    copy({});
 }
 
 bool FakePasteboard::mirrorToSelection()

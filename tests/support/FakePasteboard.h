@@ -26,19 +26,17 @@ public:
 
     // Another application copies: the content is replaced, the count moves and changed() is emitted.
     void copy(const Content &content);
-    void copyText(const QString &text);
+    void copyText(const QString &text) { copy({{QStringLiteral("text/plain"), text.toUtf8()}}); }
     // The owner exits: the content disappears, which also counts as a change.
-    void ownerExited();
+    void ownerExited() { copy({}); }
 
     // Reads of content (one per type fetched), not of the type list.
     int dataReads() const { return m_dataReads; }
     int requestCount() const { return m_requestCount; }
     // Off: answers wait for answerHeldRequests(), as when a read takes its time on another thread.
     void setAnswersAtOnce(bool atOnce) { m_answersAtOnce = atOnce; }
-    int heldRequests() const { return int(m_held.size()); }
     // Hands over the held answers, oldest first, to those requesters that still exist.
     void answerHeldRequests();
-    void resetDataReads() { m_dataReads = 0; }
     int writeCount() const { return m_writeCount; }
     void setWriteSucceeds(bool succeeds) { m_writeSucceeds = succeeds; }
     // Off: changes happen without the notification, as when the platform misses one.
@@ -47,14 +45,14 @@ public:
     std::optional<QByteArray> peek(const QString &mimeType) const;
     // The object handed to the last write(), for formats that only exist as objects (images).
     const QMimeData *lastWritten() const { return m_lastWritten.get(); }
+    // What mirrorToSelection() put into the primary selection.
+    const Content &selection() const { return m_selection; }
 
     qint64 changeCount() const override { return m_changeCount; }
     void requestContent(const PasteboardRequest &request, QObject *context, ContentHandler handler) override;
     bool write(QMimeData *data) override;
     void clear() override;
     bool mirrorToSelection() override;
-    // What mirrorToSelection() put into the primary selection.
-    const Content &selection() const { return m_selection; }
 
 private:
     struct Answer
@@ -64,12 +62,10 @@ private:
         PasteboardContent content;
     };
 
-    void bump();
-    PasteboardData fetch(const QString &type, qsizetype limit);
-
-    Content m_content;
+    // Something left over from before the launch.
+    Content m_content{{QStringLiteral("text/plain"), QByteArrayLiteral("copied before launch")}};
     Content m_selection;
-    qint64 m_changeCount = 0;
+    qint64 m_changeCount = 41;
     int m_dataReads = 0;
     int m_requestCount = 0;
     bool m_answersAtOnce = true;

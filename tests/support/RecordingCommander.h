@@ -5,7 +5,7 @@
 #include <QStringList>
 
 // Records every command instead of carrying it out: `calls` lists them by name in order, and the last
-// entry and mode handed to copy or paste are kept.
+// entry, mode and id handed over are kept.
 class RecordingCommander final : public AppCommanding
 {
     Q_OBJECT
@@ -19,42 +19,34 @@ public:
 
     int count(const QString &name) const { return int(calls.count(name)); }
 
-    void toggleHub() override { calls << QStringLiteral("toggleHub"); }
-    void toggleMirror() override { calls << QStringLiteral("toggleMirror"); }
-    void toggleDesktopCover() override { calls << QStringLiteral("toggleDesktopCover"); }
-    void copyEntry(const ClipboardHistoryEntry &entry, PasteMode mode) override
+    void toggleHub() override { calls << __func__; }
+    void toggleMirror() override { calls << __func__; }
+    void toggleDesktopCover() override { calls << __func__; }
+    void copyEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e, mode); }
+    void pasteEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e, mode); }
+    void togglePin(const QUuid &id) override { take(__func__, id); }
+    void deleteEntry(const QUuid &id) override { take(__func__, id); }
+    void clearHistory() override { calls << __func__; }
+    void clearRecentHistory() override { calls << __func__; }
+    void openSettings() override { calls << __func__; }
+    void openSettingsAtTab(SettingsTab) override { calls << __func__; }
+    void refreshPermissions() override { calls << __func__; }
+    void checkForUpdates() override { calls << __func__; }
+    void refreshDevices() override { calls << __func__; }
+    void resetSettings() override { calls << __func__; }
+    void openPermissionSettings(const QString &) override { calls << __func__; }
+    void quit() override { calls << __func__; }
+
+private:
+    void take(const char *name, const QUuid &id)
     {
-        calls << QStringLiteral("copyEntry");
+        calls << name;
+        lastID = id;
+    }
+    void take(const char *name, const ClipboardHistoryEntry &entry, PasteMode mode)
+    {
+        calls << name;
         lastEntry = entry;
         lastMode = mode;
     }
-    void pasteEntry(const ClipboardHistoryEntry &entry, PasteMode mode) override
-    {
-        calls << QStringLiteral("pasteEntry");
-        lastEntry = entry;
-        lastMode = mode;
-    }
-    void togglePin(const QUuid &id) override
-    {
-        calls << QStringLiteral("togglePin");
-        lastID = id;
-    }
-    void deleteEntry(const QUuid &id) override
-    {
-        calls << QStringLiteral("deleteEntry");
-        lastID = id;
-    }
-    void clearHistory() override { calls << QStringLiteral("clearHistory"); }
-    void clearRecentHistory() override { calls << QStringLiteral("clearRecentHistory"); }
-    void openSettings() override { calls << QStringLiteral("openSettings"); }
-    void openSettingsAtTab(SettingsTab) override { calls << QStringLiteral("openSettingsAtTab"); }
-    void refreshPermissions() override { calls << QStringLiteral("refreshPermissions"); }
-    void checkForUpdates() override { calls << QStringLiteral("checkForUpdates"); }
-    void refreshDevices() override { calls << QStringLiteral("refreshDevices"); }
-    void resetSettings() override { calls << QStringLiteral("resetSettings"); }
-    void openPermissionSettings(const QString &) override
-    {
-        calls << QStringLiteral("openPermissionSettings");
-    }
-    void quit() override { calls << QStringLiteral("quit"); }
 };

@@ -16,16 +16,7 @@ private:
     AppState *m_state = nullptr;
 
 private slots:
-    void init()
-    {
-        m_fixture = std::make_unique<StateFixture>();
-        m_state = &m_fixture->state;
-    }
-    void cleanup()
-    {
-        m_state = nullptr;
-        m_fixture.reset();
-    }
+    void init() { m_state = &(m_fixture = std::make_unique<StateFixture>())->state; }
 
     // The messages themselves are checked where the coordinator decides the outcome.
     void theSameOutcomeTwiceIsAnnouncedTwice()
@@ -43,12 +34,9 @@ private slots:
         m_state->setDesktopSolidColor(QColor(10, 200, 30));
         m_state->setDesktopCoverConsumesClicks(false);
         m_state->setDesktopDoubleClickToReveal(true);
-        const DesktopCoverConfiguration configuration = m_state->desktopCoverConfiguration();
-        QCOMPARE(configuration.fill, DesktopFill::solidInk);
-        QCOMPARE(configuration.solidColor, QColor(10, 200, 30));
-        QCOMPARE(configuration.consumesClicks, false);
-        QCOMPARE(configuration.doubleClickReveals, true);
-        QVERIFY(configuration != DesktopCoverConfiguration());
+        DesktopCoverConfiguration expected{DesktopFill::solidInk, QColor(10, 200, 30), false, true};
+        QCOMPARE(m_state->desktopCoverConfiguration(), expected);
+        QVERIFY(expected != DesktopCoverConfiguration());
     }
 
     // What a settings page needs: enum fields read and written by name, and the shortcut table.

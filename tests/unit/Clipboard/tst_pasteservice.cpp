@@ -1,5 +1,4 @@
 #include "Clipboard/PasteService.h"
-#include "EntryFactory.h"
 #include "FakeFrontmostApplication.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
@@ -13,18 +12,13 @@ namespace {
 
 const QString marker = QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste");
 
-// An entry of the given kind whose only content is what the test sets.
-ClipboardHistoryEntry entryOf(ClipboardContentType type, const QString &text = QString())
+ClipboardHistoryEntry entryOf(ClipboardContentType type, const QString &text = {},
+                              const QStringList &urls = {})
 {
-    ClipboardHistoryEntry entry = makeEntry(text, QDateTime::currentDateTime(), false, type);
-    if (text.isEmpty())
-        entry.textContent.reset();
-    return entry;
-}
-
-ClipboardHistoryEntry fileEntry(const QStringList &urls)
-{
-    ClipboardHistoryEntry entry = entryOf(ClipboardContentType::file);
+    ClipboardHistoryEntry entry;
+    entry.type = type;
+    if (!text.isEmpty())
+        entry.textContent = text;
     entry.fileURLStrings = urls;
     return entry;
 }
@@ -44,65 +38,56 @@ private slots:
         m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get(), m_frontmost.get());
     }
 
-    void writesText_data()
+    // Every write carries the marker; an entry without content leaves nothing else.
+    void writesTheEntryBesideTheMarker_data()
     {
-        QTest::addColumn<QString>("stored");
+        QTest::addColumn<ClipboardHistoryEntry>("entry");
         QTest::addColumn<PasteMode>("mode");
-        QTest::addColumn<QString>("written");
+        QTest::addColumn<std::optional<QByteArray>>("imageBytes");
+        QTest::addColumn<QStringList>("written"); // "type: content" besides the marker
 
+        using Bytes = std::optional<QByteArray>;
+        const auto row = [](const char *name, const ClipboardHistoryEntry &entry, const QStringList &written,
+                            PasteMode mode = PasteMode::formatted, const Bytes &imageBytes = {}) {
+            QTest::newRow(name) << entry << mode << imageBytes << written;
+        };
+        const auto text = ClipboardContentType::text;
+        const auto file = ClipboardContentType::file;
+        const auto image = ClipboardContentType::image;
         const QString padded = QStringLiteral("  \n\tline one\n  line two \n\n");
-        QTest::addRow("plain text trims both ends")
-            << padded << PasteMode::plainText << "line one\n  line two";
-        QTest::addRow("formatted keeps the blanks") << padded << PasteMode::formatted << padded;
-        QTest::addRow("unicode survives")
-            << "naïve — 日本語 🙂" << PasteMode::formatted << "naïve — 日本語 🙂";
+        const QString unicode = QStringLiteral("naïve — 日本語 🙂");
+        row("plain text trims both ends", entryOf(text, padded), {"text/plain: line one\n  line two"},
+            PasteMode::plainText);
+        row("formatted keeps the blanks", entryOf(text, padded), {"text/plain: " + padded});
+        row("unicode survives", entryOf(text, unicode), {"text/plain: " + unicode});
+        row("two files in order", entryOf(file, {}, {"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}),
+            {"text/uri-list: file:///home/u/b.txt file:///home/u/a%20b.txt",
+             "text/plain: /home/u/b.txt\n/home/u/a b.txt"});
+        row("malformed URL is skipped",
+            entryOf(file, {}, {"file:///home/u/keep.txt", "file://[broken/x", "http://example.com/x"}),
+            {"text/uri-list: file:///home/u/keep.txt", "text/plain: /home/u/keep.txt"});
+        row("image without bytes", entryOf(image), {});
+        row("image with undecodable bytes", entryOf(image), {}, PasteMode::formatted, "not a picture");
+        row("no valid file URL left", entryOf(file, {}, {"file://[broken", "https://example.com/"}), {});
+        row("bytes for an entry that is no image", entryOf(file), {}, PasteMode::formatted, encodedImage());
+        row("empty entry", {}, {});
     }
 
-    void writesText()
+    void writesTheEntryBesideTheMarker()
     {
-        QFETCH(QString, stored);
+        QFETCH(ClipboardHistoryEntry, entry);
         QFETCH(PasteMode, mode);
-        QFETCH(QString, written);
+        QFETCH(std::optional<QByteArray>, imageBytes);
+        QFETCH(QStringList, written);
 
-        QVERIFY(m_service->write(entryOf(ClipboardContentType::text, stored), mode, std::nullopt));
+        QCOMPARE(m_service->write(entry, mode, imageBytes), !written.isEmpty());
         QCOMPARE(m_pasteboard->writeCount(), 1);
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")),
-                 std::optional<QByteArray>(written.toUtf8()));
-        QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
-        QVERIFY(!m_pasteboard->types().contains(QStringLiteral("text/html")));
-    }
-
-    void writesFiles_data()
-    {
-        QTest::addColumn<QStringList>("stored");
-        QTest::addColumn<QStringList>("uris");
-        QTest::addColumn<QString>("paths");
-
-        QTest::addRow("two files in order") << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}
-                                            << QStringList{"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}
-                                            << "/home/u/b.txt\n/home/u/a b.txt";
-        QTest::addRow("malformed URL is skipped")
-            << QStringList{"file:///home/u/keep.txt", "file://[broken/x", "http://example.com/x"}
-            << QStringList{"file:///home/u/keep.txt"} << "/home/u/keep.txt";
-    }
-
-    void writesFiles()
-    {
-        QFETCH(QStringList, stored);
-        QFETCH(QStringList, uris);
-        QFETCH(QString, paths);
-
-        QVERIFY(m_service->write(fileEntry(stored), PasteMode::plainText, std::nullopt));
-        const QList<QByteArray> lines =
-            m_pasteboard->peek(QStringLiteral("text/uri-list")).value_or(QByteArray()).split('\n');
-        QStringList written;
-        for (const QByteArray &line : lines) {
-            if (!line.trimmed().isEmpty())
-                written.append(QString::fromUtf8(line.trimmed()));
+        QStringList actual;
+        for (const QString &type : m_pasteboard->types()) {
+            const QString bytes = QString::fromUtf8(m_pasteboard->peek(type).value_or(QByteArray()));
+            actual << type + QStringLiteral(": ") + (type == "text/uri-list" ? bytes.simplified() : bytes);
         }
-        QCOMPARE(written, uris);
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), std::optional<QByteArray>(paths.toUtf8()));
-        QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
+        QCOMPARE(actual, QStringList{marker + QStringLiteral(": 1")} + written);
     }
 
     void writesImages()
@@ -111,43 +96,14 @@ private slots:
         QVERIFY(m_service->write(entryOf(ClipboardContentType::image), PasteMode::formatted, png));
         QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), std::optional<QByteArray>(png));
         QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
-        QVERIFY(m_pasteboard->lastWritten()->hasImage());
-        const QImage image = qvariant_cast<QImage>(m_pasteboard->lastWritten()->imageData());
-        QCOMPARE(image.size(), sampleImage().size());
-    }
-
-    void entriesWithoutContentLeaveOnlyTheMarker_data()
-    {
-        QTest::addColumn<ClipboardHistoryEntry>("entry");
-        QTest::addColumn<std::optional<QByteArray>>("imageBytes");
-
-        QTest::addRow("image without bytes")
-            << entryOf(ClipboardContentType::image) << std::optional<QByteArray>();
-        QTest::addRow("image with undecodable bytes")
-            << entryOf(ClipboardContentType::image) << std::optional<QByteArray>("not a picture");
-        QTest::addRow("no valid file URL left")
-            << fileEntry({"file://[broken", "https://example.com/"}) << std::optional<QByteArray>();
-        QTest::addRow("bytes for an entry that is no image")
-            << entryOf(ClipboardContentType::file) << std::optional<QByteArray>(encodedImage());
-        QTest::addRow("empty entry") << ClipboardHistoryEntry() << std::optional<QByteArray>();
-    }
-
-    void entriesWithoutContentLeaveOnlyTheMarker()
-    {
-        QFETCH(ClipboardHistoryEntry, entry);
-        QFETCH(std::optional<QByteArray>, imageBytes);
-
-        QVERIFY(!m_service->write(entry, PasteMode::formatted, imageBytes));
-        QCOMPARE(m_pasteboard->types(), QStringList{marker});
-        QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
+        QCOMPARE(qvariant_cast<QImage>(m_pasteboard->lastWritten()->imageData()).size(),
+                 sampleImage().size());
     }
 
     void failedWriteIsReported()
     {
         m_pasteboard->setWriteSucceeds(false);
-        QVERIFY(!m_service->write(entryOf(ClipboardContentType::text, QStringLiteral("x")),
-                                  PasteMode::formatted, std::nullopt));
-        QCOMPARE(m_pasteboard->writeCount(), 1);
+        QVERIFY(!m_service->write(entryOf(ClipboardContentType::text, "x"), PasteMode::formatted, {}));
     }
 
     void keystrokeFollowsTheTargetWindow_data()
@@ -158,14 +114,13 @@ private slots:
 
         using Target = std::optional<WindowClass>;
         QTest::addRow("no active window") << Target() << PasteKeystroke::controlV << false;
-        QTest::addRow("an editor") << Target(WindowClass{"gedit", "Gedit"}) << PasteKeystroke::controlV
-                                   << false;
+        QTest::addRow("an editor") << Target({"gedit", "Gedit"}) << PasteKeystroke::controlV << false;
         QTest::addRow("terminal known by its class")
-            << Target(WindowClass{"lxterminal", "Lxterminal"}) << PasteKeystroke::controlShiftV << false;
+            << Target({"lxterminal", "Lxterminal"}) << PasteKeystroke::controlShiftV << false;
         QTest::addRow("terminal known by its instance only")
-            << Target(WindowClass{"kitty", "Kitty-Quick"}) << PasteKeystroke::controlShiftV << false;
+            << Target({"kitty", "Kitty-Quick"}) << PasteKeystroke::controlShiftV << false;
         QTest::addRow("xterm pastes the selection")
-            << Target(WindowClass{"xterm", "XTerm"}) << PasteKeystroke::shiftInsertFromSelection << true;
+            << Target({"xterm", "XTerm"}) << PasteKeystroke::shiftInsertFromSelection << true;
     }
 
     void keystrokeFollowsTheTargetWindow()
@@ -174,12 +129,11 @@ private slots:
         QFETCH(PasteKeystroke, keystroke);
         QFETCH(bool, textInSelection);
 
-        m_frontmost->setWindowClass(target);
-        QVERIFY(m_service->write(entryOf(ClipboardContentType::text, QStringLiteral("ls -l\n")),
-                                 PasteMode::formatted, std::nullopt));
+        m_frontmost->windowClass = target;
+        QVERIFY(m_service->write(entryOf(ClipboardContentType::text, "ls -l\n"), PasteMode::formatted, {}));
         QVERIFY(m_service->postPasteKeystroke());
-        QCOMPARE(m_poster->lastKeystroke(), std::optional<PasteKeystroke>(keystroke));
-        QCOMPARE(m_pasteboard->selection().contains({QStringLiteral("text/plain"), QByteArray("ls -l\n")}),
+        QCOMPARE(m_poster->lastKeystroke, std::optional<PasteKeystroke>(keystroke));
+        QCOMPARE(m_pasteboard->selection().contains({QStringLiteral("text/plain"), "ls -l\n"}),
                  textInSelection);
     }
 

@@ -7,7 +7,6 @@
 #include "FakeHotkeyRegistrar.h"
 #include "FakeKeystrokePoster.h"
 #include "FakePasteboard.h"
-#include "Hotkeys/HotkeyManager.h"
 #include "Mirror/MirrorCameraEngine.h"
 #include "SampleContent.h"
 #include "Shell/AppCoordinator.h"
@@ -16,7 +15,6 @@
 
 #include <QDir>
 #include <QFile>
-#include <QFileInfo>
 #include <QGuiApplication>
 #include <QRegularExpression>
 #include <QTcpServer>
@@ -32,57 +30,65 @@ private:
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
     FakeDesktopNotifier *m_notifier = nullptr;
-    std::shared_ptr<FakeCameraBackend::Shared> m_camera;
+    FakeHotkeyRegistrar *m_hotkeys = nullptr;
     std::unique_ptr<AppCoordinator> m_coordinator;
-    QUrl m_updateFeed;
 
-    AppCoordinator::Locations locations() const
+    AppCoordinator::Locations locations(const QUrl &updateFeed = {}) const
     {
         return {m_env->configHome() + QStringLiteral("/Halcy/settings.json"),
-                m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"), QString(), m_updateFeed};
+                m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"), QString(), updateFeed};
     }
 
-    // Without a registrar the coordinator picks the running platform's own.
-    void makeCoordinator(std::unique_ptr<FakeHotkeyRegistrar> registrar = nullptr)
+    // The fake goes into `slot`; the test keeps a pointer to it.
+    template <typename Fake, typename Slot> static Fake *install(Slot &slot)
     {
+        auto fake = std::make_unique<Fake>();
+        Fake *raw = fake.get();
+        slot = std::move(fake);
+        return raw;
+    }
+
+    void makeCoordinator(const QUrl &updateFeed = {})
+    {
+        m_coordinator.reset();
         AppCoordinator::Platform platform;
-        platform.hotkeyRegistrar = std::move(registrar);
-        auto pasteboard = std::make_unique<FakePasteboard>();
-        auto keystrokes = std::make_unique<FakeKeystrokePoster>();
-        m_pasteboard = pasteboard.get();
-        m_keystrokes = keystrokes.get();
-        platform.pasteboard = std::move(pasteboard);
-        platform.keystrokePoster = std::move(keystrokes);
+        m_pasteboard = install<FakePasteboard>(platform.pasteboard);
+        m_keystrokes = install<FakeKeystrokePoster>(platform.keystrokePoster);
+        m_notifier = install<FakeDesktopNotifier>(platform.notifier);
+        m_hotkeys = install<FakeHotkeyRegistrar>(platform.hotkeyRegistrar);
         platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
-        auto notifier = std::make_unique<FakeDesktopNotifier>();
-        m_notifier = notifier.get();
-        platform.notifier = std::move(notifier);
-        m_camera = std::make_shared<FakeCameraBackend::Shared>();
-        m_camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
-        platform.cameraBackend = std::make_unique<FakeCameraBackend>(m_camera);
-        m_coordinator = std::make_unique<AppCoordinator>(locations(), std::move(platform));
+        auto camera = std::make_shared<FakeCameraBackend::Shared>();
+        camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
+        platform.cameraBackend = std::make_unique<FakeCameraBackend>(camera);
+        m_coordinator = std::make_unique<AppCoordinator>(locations(updateFeed), std::move(platform));
     }
 
     AppState *state() const { return m_coordinator->appState(); }
 
     // Another application copies and the monitor takes it in.
-    void copyElsewhere(const QString &text)
+    void copyElsewhere(const FakePasteboard::Content &content)
     {
-        m_pasteboard->copyText(text);
+        m_pasteboard->copy(content);
         m_coordinator->clipboardMonitor()->poll();
         m_coordinator->clipboardStore()->finishWrites();
     }
-
-    ClipboardHistoryEntry entryTitled(const QString &title) const
+    void copyElsewhere(const QString &text)
     {
-        for (const auto &entry : state()->clipboardEntries()) {
-            if (entry.title == title)
-                return entry;
-        }
-        return {};
+        copyElsewhere({{QStringLiteral("text/plain"), text.toUtf8()}});
     }
 
 private slots:
+    void init()
+    {
+        m_env = std::make_unique<TestEnvironment>();
+        makeCoordinator();
+    }
+    void cleanup()
+    {
+        m_coordinator.reset();
+        m_env.reset();
+    }
+
     void updateFlagLastsUntilTheAnswer()
     {
         // Without a feed the answer comes at once and takes the flag with it.
@@ -93,16 +99,11 @@ private slots:
         // A server that never answers: the flag stays.
         QTcpServer silent;
         QVERIFY(silent.listen(QHostAddress::LocalHost));
-        int requests = 0;
-        connect(&silent, &QTcpServer::newConnection, this,
-                [&] { requests += silent.nextPendingConnection() ? 1 : 0; });
-        m_updateFeed = QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort()));
-        makeCoordinator();
+        makeCoordinator(QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort())));
         m_coordinator->checkForUpdates();
-        QTRY_COMPARE(requests, 1);
+        QTRY_VERIFY(silent.hasPendingConnections());
         QVERIFY(state()->isCheckingForUpdates());
         QVERIFY(state()->updateMessage().isEmpty());
-        m_updateFeed.clear();
     }
 
     // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
@@ -110,7 +111,6 @@ private slots:
     {
         MirrorCameraEngine *camera = m_coordinator->cameraEngine();
         m_coordinator->toggleMirror();
-        QVERIFY(state()->mirrorOpen());
         QTRY_COMPARE(camera->state().kind(), MirrorCameraState::Kind::running);
         m_coordinator->toggleMirror();
         QVERIFY(!state()->mirrorOpen());
@@ -132,35 +132,23 @@ private slots:
         QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
     }
 
-    void init()
-    {
-        m_env = std::make_unique<TestEnvironment>();
-        makeCoordinator();
-    }
-    void cleanup()
-    {
-        m_coordinator.reset();
-        m_env.reset();
-    }
-
     void startIsIdempotentAndTheHubShortcutTogglesTheHub()
     {
-        m_coordinator.reset();
-        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
-        FakeHotkeyRegistrar *hotkeys = registrar.get();
-        makeCoordinator(std::move(registrar));
-        QCOMPARE(hotkeys->grabCalls(), 0);
-
+        m_hotkeys->taken.insert(Qt::Key_M);
+        QCOMPARE(m_hotkeys->grabCalls, 0);
         m_coordinator->start();
         StatusItemController *first = m_coordinator->statusItemController();
         m_coordinator->start();
         QCOMPARE(m_coordinator->statusItemController(), first);
-        QCOMPARE(hotkeys->grabCalls(), 3);
+        QCOMPARE(m_hotkeys->grabCalls, 3);
         QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
+        // A shortcut another program holds is told once.
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY(m_notifier->bodies.first().startsWith(QLatin1String("Ctrl+Super+M is already in use")));
 
-        QVERIFY(hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
         QTRY_VERIFY(first->isPopoverShown());
-        QVERIFY(hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
         QTRY_VERIFY(!first->isPopoverShown());
     }
 
@@ -195,22 +183,10 @@ private slots:
         QCOMPARE(covers->configuration(), DesktopCoverConfiguration());
     }
 
-    void historyIsLoadedAtLaunchWithoutSelection()
-    {
-        copyElsewhere(QStringLiteral("one"));
-        copyElsewhere(QStringLiteral("two"));
-        m_coordinator.reset();
-        makeCoordinator();
-        QCOMPARE(state()->clipboardEntries().size(), 2);
-        QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("two"));
-        QVERIFY(state()->selectedClipboardEntryID().isNull());
-        QVERIFY(state()->clipboardStatusMessage().isNull());
-    }
-
     void copyWritesTheEntryInItsMode()
     {
         copyElsewhere(QStringLiteral("  padded text \n"));
-        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
         m_coordinator->copyEntry(entry, PasteMode::plainText);
         QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
@@ -218,61 +194,56 @@ private slots:
 
         // An image is written from the bytes the store keeps for it.
         const QByteArray png = encodedImage();
-        m_pasteboard->copy({{QStringLiteral("image/png"), png}});
-        m_coordinator->clipboardMonitor()->poll();
-        m_coordinator->clipboardStore()->finishWrites();
+        copyElsewhere({{QStringLiteral("image/png"), png}});
         m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
         QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
 
-        ClipboardHistoryEntry broken = entry;
-        broken.id = QUuid::createUuid();
-        broken.type = ClipboardContentType::image;
-        broken.textContent.reset();
-        m_coordinator->copyEntry(broken, PasteMode::formatted);
+        entry.id = QUuid::createUuid();
+        entry.type = ClipboardContentType::image;
+        entry.textContent.reset();
+        m_coordinator->copyEntry(entry, PasteMode::formatted);
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
     }
 
     void pasteReportsWhatHappened_data()
     {
-        QTest::addColumn<QString>("keystroke"); // "posted", "refused" or "unavailable" (no XTest)
-        QTest::addColumn<bool>("entryWritable");
-        QTest::addColumn<int>("expectedPosts");
+        QTest::addColumn<bool>("available"); // the XTest extension
+        QTest::addColumn<bool>("posted");
+        QTest::addColumn<bool>("writable");
         QTest::addColumn<QString>("message");
         const QString copiedOnly =
             QStringLiteral("Copied. Enable the XTest extension to paste automatically.");
-        QTest::addRow("pasted") << "posted" << true << 1 << QStringLiteral("Pasted");
-        QTest::addRow("keystroke refused: copied only") << "refused" << true << 1 << copiedOnly;
-        QTest::addRow("no XTest: copied only") << "unavailable" << true << 0 << copiedOnly;
+        QTest::addRow("pasted") << true << true << true << QStringLiteral("Pasted");
+        QTest::addRow("keystroke refused: copied only") << true << false << true << copiedOnly;
+        QTest::addRow("no XTest: copied only") << false << true << true << copiedOnly;
         QTest::addRow("nothing to write")
-            << "posted" << false << 0 << QStringLiteral("This item cannot be pasted yet.");
+            << true << true << false << QStringLiteral("This item cannot be pasted yet.");
     }
 
     void pasteReportsWhatHappened()
     {
-        QFETCH(QString, keystroke);
-        QFETCH(bool, entryWritable);
-        QFETCH(int, expectedPosts);
+        QFETCH(bool, available);
+        QFETCH(bool, posted);
+        QFETCH(bool, writable);
         QFETCH(QString, message);
 
         copyElsewhere(QStringLiteral("hello"));
         ClipboardHistoryEntry entry = state()->clipboardEntries().first();
-        if (!entryWritable) {
+        if (!writable) {
             entry.type = ClipboardContentType::image;
             entry.textContent.reset();
         }
-        m_keystrokes->setAvailable(keystroke != QLatin1String("unavailable"));
-        m_keystrokes->setPostSucceeds(keystroke == QLatin1String("posted"));
+        m_keystrokes->available = available;
+        m_keystrokes->postSucceeds = posted;
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
-        QCOMPARE(m_keystrokes->posts(), expectedPosts);
+        m_coordinator->pasteEntry(entry, PasteMode::formatted);
+        QCOMPARE(m_keystrokes->posts, available && writable ? 2 : 0);
         QCOMPARE(state()->clipboardStatusMessage(), message);
         // The hub has closed for the paste: what went wrong comes as a notification, once.
-        const QStringList notified =
-            message == QLatin1String("Pasted") ? QStringList() : QStringList{message};
-        QCOMPARE(m_notifier->bodies, notified);
-        m_coordinator->pasteEntry(entry, PasteMode::formatted);
-        QCOMPARE(m_notifier->bodies, notified);
-        if (entryWritable)
-            QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("hello"));
+        QCOMPARE(m_notifier->bodies,
+                 message == QLatin1String("Pasted") ? QStringList() : QStringList{message});
+        const QStringList written{QStringLiteral("com.tarnwick.Halcy.SelfGeneratedPaste"), "text/plain"};
+        QCOMPARE(m_pasteboard->types(), writable ? written : written.mid(0, 1));
     }
 
     void historyCommandsKeepPinnedEntries()
@@ -280,10 +251,9 @@ private slots:
         copyElsewhere(QStringLiteral("keep me"));
         copyElsewhere(QStringLiteral("drop me"));
         copyElsewhere(QStringLiteral("and me"));
-        m_coordinator->togglePin(entryTitled(QStringLiteral("keep me")).id);
-        QVERIFY(entryTitled(QStringLiteral("keep me")).isPinned);
-
-        m_coordinator->deleteEntry(entryTitled(QStringLiteral("and me")).id);
+        const ClipboardHistoryEntries copied = state()->clipboardEntries(); // newest first
+        m_coordinator->togglePin(copied.at(2).id);
+        m_coordinator->deleteEntry(copied.at(0).id);
         QCOMPARE(state()->clipboardEntries().size(), 2);
 
         m_coordinator->clearRecentHistory();
@@ -297,7 +267,7 @@ private slots:
         QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("keep me"));
     }
 
-    void pausedOrDisabledCopiesAreNotCaptured()
+    void pausedOrDisabledCopiesAreNotCapturedAndTheRestIsLoadedAtLaunch()
     {
         state()->setClipboardPaused(true);
         copyElsewhere(QStringLiteral("while paused"));
@@ -307,48 +277,37 @@ private slots:
         QVERIFY(state()->clipboardEntries().isEmpty());
         state()->setClipboardEnabled(true);
         copyElsewhere(QStringLiteral("back on"));
+
+        // The history is loaded at launch, with nothing selected.
+        makeCoordinator();
         QCOMPARE(state()->clipboardEntries().size(), 1);
+        QVERIFY(state()->selectedClipboardEntryID().isNull());
+        QVERIFY(state()->clipboardStatusMessage().isNull());
     }
 
     void unreadableHistoryFallsBackToMemoryAndIsLeftAlone()
     {
         m_coordinator.reset();
-        const QString path = locations().historyPath;
-        QDir().mkpath(QFileInfo(path).absolutePath());
+        const QFileInfo history(locations().historyPath);
         const QByteArray garbage("this is not a database, but the user's bytes all the same\n");
-        {
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write(garbage);
-        }
-        QTest::ignoreMessage(QtWarningMsg, QRegularExpression(QStringLiteral(
-                                               "^Persistent store unavailable, running in-memory: .+")));
+        QVERIFY(QDir().mkpath(history.absolutePath()));
+        QVERIFY(!writeFile(history.absolutePath(), history.fileName(), garbage).isEmpty());
+        QTest::ignoreMessage(QtWarningMsg,
+                             QRegularExpression("^Persistent store unavailable, running in-memory"));
         makeCoordinator();
         QCOMPARE(state()->clipboardStatusMessage(),
                  QStringLiteral("Clipboard history is running without persistence."));
         QVERIFY(!m_coordinator->clipboardStore()->isPersistent());
         m_coordinator->start();
         QCOMPARE(m_notifier->bodies.size(), 1);
-        QVERIFY2(m_notifier->bodies.first().contains(path), qPrintable(m_notifier->bodies.first()));
+        QVERIFY(m_notifier->bodies.first().contains(history.filePath()));
 
         copyElsewhere(QStringLiteral("kept in memory"));
         QCOMPARE(state()->clipboardEntries().size(), 1);
         m_coordinator.reset();
-        QFile file(path);
+        QFile file(history.filePath());
         QVERIFY(file.open(QIODevice::ReadOnly));
         QCOMPARE(file.readAll(), garbage);
-    }
-
-    void aShortcutTakenByAnotherProgramIsToldAtStart()
-    {
-        m_coordinator.reset();
-        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
-        registrar->setTaken(Qt::Key_V);
-        makeCoordinator(std::move(registrar));
-        m_coordinator->start();
-        QCOMPARE(m_notifier->bodies.size(), 1);
-        QVERIFY2(m_notifier->bodies.first().startsWith(QLatin1String("Super+Shift+V is already in use")),
-                 qPrintable(m_notifier->bodies.first()));
     }
 };
 

@@ -46,10 +46,8 @@ private slots:
                                       "-", "Pause recording", "-", "Settings...", "Quit Halcy"}));
         const bool pausing = call == QLatin1String("paused");
         QCOMPARE(fixture.state.clipboardPaused(), pausing);
-        if (pausing)
-            call.clear();
-        QCOMPARE(commander.calls, call.isEmpty() ? QStringList() : QStringList{call});
-        QCOMPARE(controller.isPopoverShown(), call.isEmpty() && !pausing);
+        QCOMPARE(commander.calls, pausing ? QStringList() : QStringList{call});
+        QVERIFY(!controller.isPopoverShown());
     }
 };
 
