@@ -15,6 +15,7 @@
 
 #include <QDir>
 #include <QFile>
+#include <QGuiApplication>
 #include <QRegularExpression>
 #include <QTcpServer>
 #include <QTest>
@@ -149,6 +150,7 @@ private slots:
         QVERIFY(covers->covers().isEmpty()); // a preference change while shown makes no window
         m_coordinator->toggleDesktopCover();
         QVERIFY(state()->desktopHidden() && covers->isHidden());
+        QCOMPARE(covers->covers().size(), QGuiApplication::screens().size());
         QCOMPARE(covers->covers().constFirst()->configuration().fill, DesktopFill::solidInk);
         const QPointer<DesktopCoverWindow> before = covers->covers().constFirst();
         state()->setDesktopCoverConsumesClicks(false);
