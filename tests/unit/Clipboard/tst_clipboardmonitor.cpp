@@ -8,13 +8,9 @@
 #include <QSqlQuery>
 #include <QTest>
 
-namespace {
-
-const QString plain = QStringLiteral("text/plain");
-const QString png = QStringLiteral("image/png");
-const QString uriList = QStringLiteral("text/uri-list");
-
-} // namespace
+static const QString plain = QStringLiteral("text/plain");
+static const QString png = QStringLiteral("image/png");
+static const QString uriList = QStringLiteral("text/uri-list");
 
 class TestClipboardMonitor final : public QObject
 {
