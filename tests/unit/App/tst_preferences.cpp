@@ -36,7 +36,6 @@ private:
 
 private slots:
     void init() { m_env = std::make_unique<TestEnvironment>(); }
-    void cleanup() { m_env.reset(); }
 
     void freshInstallReadsDefaultsAndWritesNothing()
     {

@@ -19,6 +19,7 @@ class TestClipboardMonitor final : public QObject
 private slots:
     void init()
     {
+        m_monitor.reset(); // before what it uses
         m_pasteboard = std::make_unique<FakePasteboard>();
         m_frontmost = std::make_unique<FakeFrontmostApplication>();
         m_store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit);
@@ -27,12 +28,6 @@ private slots:
         m_delegate.watch(m_store.get());
         m_monitor = std::make_unique<ClipboardMonitor>(m_pasteboard.get(), m_store.get(), m_frontmost.get(),
                                                        &m_delegate);
-    }
-
-    void cleanup()
-    {
-        m_monitor.reset();
-        m_store.reset();
     }
 
     void capturesNewCopiesOnly()

@@ -67,13 +67,9 @@ private:
 private slots:
     void init()
     {
+        m_coordinator.reset(); // before the directories it writes to
         m_env = std::make_unique<TestEnvironment>();
         makeCoordinator();
-    }
-    void cleanup()
-    {
-        m_coordinator.reset();
-        m_env.reset();
     }
 
     void updateFlagLastsUntilTheAnswer()

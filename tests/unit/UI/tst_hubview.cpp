@@ -98,8 +98,7 @@ private:
 private slots:
     void init()
     {
-        m_fixture = std::make_unique<StateFixture>();
-        m_state = &m_fixture->state;
+        m_state = &(m_fixture = std::make_unique<StateFixture>())->state;
         m_commander = std::make_unique<RecordingCommander>();
         m_entries = {makeEntry("first", secondsAgo(10)), makeEntry("second", secondsAgo(20)),
                      makeEntry("third", secondsAgo(30))};
