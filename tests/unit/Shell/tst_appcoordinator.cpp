@@ -168,7 +168,7 @@ private slots:
     void copyWritesTheEntryInItsMode()
     {
         copyElsewhere("  padded text \n");
-        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
         m_coordinator->copyEntry(entry, PasteMode::plainText);
         QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
@@ -180,10 +180,7 @@ private slots:
         m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
         QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
 
-        entry.id = QUuid::createUuid();
-        entry.type = ClipboardContentType::image;
-        entry.textContent.reset();
-        m_coordinator->copyEntry(entry, PasteMode::formatted);
+        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
     }
 
@@ -210,11 +207,8 @@ private slots:
         QFETCH(QString, message);
 
         copyElsewhere("hello");
-        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
-        if (!writable) {
-            entry.type = ClipboardContentType::image;
-            entry.textContent.reset();
-        }
+        const ClipboardHistoryEntry entry =
+            writable ? state()->clipboardEntries().first() : ClipboardHistoryEntry();
         m_keystrokes->available = available;
         m_keystrokes->postSucceeds = posted;
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
