@@ -30,8 +30,7 @@ private:
     QJsonObject readJson() const
     {
         QFile file(path());
-        return file.open(QIODevice::ReadOnly) ? QJsonDocument::fromJson(file.readAll()).object()
-                                              : QJsonObject();
+        return QJsonDocument::fromJson(file.open(QIODevice::ReadOnly) ? file.readAll() : "").object();
     }
 
 private slots:

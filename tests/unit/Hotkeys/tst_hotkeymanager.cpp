@@ -18,10 +18,9 @@ private:
 
     void start(const QList<KeyboardShortcutDescriptor> &table, const QList<Qt::Key> &taken = {})
     {
-        auto registrar = std::make_unique<FakeHotkeyRegistrar>();
-        registrar->taken = QSet<Qt::Key>(taken.begin(), taken.end());
-        m_registrar = registrar.get();
-        m_manager = std::make_unique<HotkeyManager>(table, std::move(registrar));
+        m_registrar = new FakeHotkeyRegistrar;
+        m_registrar->taken = QSet<Qt::Key>(taken.begin(), taken.end());
+        m_manager = std::make_unique<HotkeyManager>(table, std::unique_ptr<HotkeyRegistrar>(m_registrar));
         m_activated.clear();
         connect(m_manager.get(), &HotkeyManager::activated, this,
                 [this](const QString &id) { m_activated << id; });
