@@ -35,31 +35,26 @@ private slots:
         QTest::addColumn<QString>("change");
         QTest::addColumn<QStringList>("rows");
 
-        QTest::addRow("a copy arrives: a row above, the selection stays")
-            << QString() << "copy gamma"
-            << QStringList{"note Pinned", "gamma Today", "alpha Today", "beta Today <", "old *"};
-        QTest::addRow("insert while a search is active: only a match joins")
-            << "alpha"
-            << "copy alpha-beta" << QStringList{"alpha <", "alpha-beta"};
-        QTest::addRow("insert of a non-match while searching changes no row")
-            << "alp"
-            << "copy zeta" << QStringList{"alpha <"};
-        QTest::addRow("remove the selected row: the next row takes its place")
-            << QString() << "remove beta" << QStringList{"note Pinned", "alpha Today", "old * <"};
-        QTest::addRow("remove the selected row and those below: the last row")
-            << QString() << "remove beta old" << QStringList{"note Pinned", "alpha Today <"};
-        QTest::addRow("pin moves a row between sections, the selection stays")
-            << QString() << "pin old"
-            << QStringList{"note Pinned", "old Pinned", "alpha Today", "beta Today <"};
-        QTest::addRow("remove every row: nothing is selected")
-            << QString() << "remove note alpha beta old" << QStringList{};
-        QTest::addRow("a new query selects the first row shown; a blank one shows every row")
-            << "beta"
-            << "search  \n"
-            << QStringList{"note Pinned <", "alpha Today", "beta Today", "old *"};
-        QTest::addRow("at midnight today becomes yesterday")
-            << QString() << "midnight"
-            << QStringList{"note Pinned", "alpha Yesterday", "beta Yesterday <", "old *"};
+        const auto row = [](const char *name, const char *query, const char *change,
+                            const QStringList &rows) {
+            QTest::newRow(name) << QString::fromLatin1(query) << QString::fromLatin1(change) << rows;
+        };
+        row("a copy arrives: a row above, the selection stays", "", "copy gamma",
+            {"note Pinned", "gamma Today", "alpha Today", "beta Today <", "old *"});
+        row("insert while a search is active: only a match joins", "alpha", "copy alpha-beta",
+            {"alpha <", "alpha-beta"});
+        row("insert of a non-match while searching changes no row", "alp", "copy zeta", {"alpha <"});
+        row("remove the selected row: the next row takes its place", "", "remove beta",
+            {"note Pinned", "alpha Today", "old * <"});
+        row("remove the selected row and those below: the last row", "", "remove beta old",
+            {"note Pinned", "alpha Today <"});
+        row("pin moves a row between sections, the selection stays", "", "pin old",
+            {"note Pinned", "old Pinned", "alpha Today", "beta Today <"});
+        row("remove every row: nothing is selected", "", "remove note alpha beta old", {});
+        row("a new query selects the first row shown; a blank one shows every row", "beta", "search  \n",
+            {"note Pinned <", "alpha Today", "beta Today", "old *"});
+        row("at midnight today becomes yesterday", "", "midnight",
+            {"note Pinned", "alpha Yesterday", "beta Yesterday <", "old *"});
     }
 
     void changesArriveAsRowDeltas()
