@@ -140,23 +140,21 @@ private slots:
             QStringList{"id"});
 
         const auto store = ClipboardStore::open(path, 200);
-        const ClipboardHistoryEntries entries = store->entries();
-        QCOMPARE(entries.size(), 1);
-        const std::optional<ClipboardRecord> record = store->record(entries.first().id);
+        ClipboardHistoryEntry entry = store->entries().value(0);
+        const std::optional<ClipboardRecord> record = store->record(entry.id);
         QVERIFY(record);
         QCOMPARE(fieldsOf(*record), fieldsOf(capture));
         QCOMPARE(record->typeRawValue, enumName(capture.type));
-        QCOMPARE(entries.first(), record->toEntry());
+        QCOMPARE(entry, record->toEntry());
         QCOMPARE(store->imageData(record->id), capture.imageData);
 
         // Copied again in this later session: the record is refreshed in place and keeps its pin.
         ClipboardCapture again = capture;
-        ClipboardHistoryEntry refreshed = entries.first();
-        refreshed.timestamp = again.timestamp = capture.timestamp.addSecs(60);
-        refreshed.sourceAppName = again.sourceAppName = QStringLiteral("Files");
-        refreshed.isPinned = true;
-        QVERIFY(store->togglePin(refreshed.id) && store->insert(again));
-        QCOMPARE(store->entries(), ClipboardHistoryEntries{refreshed});
+        entry.timestamp = again.timestamp = capture.timestamp.addSecs(60);
+        entry.sourceAppName = again.sourceAppName = QStringLiteral("Files");
+        entry.isPinned = true;
+        QVERIFY(store->togglePin(entry.id) && store->insert(again));
+        QCOMPARE(store->entries(), ClipboardHistoryEntries{entry});
     }
 
     // Beyond the limit the oldest unpinned records go and pinned ones stay, however old; of records
