@@ -64,11 +64,10 @@ class TestClipboardStore final : public QObject
     Q_OBJECT
 
     TestEnvironment m_environment;
-    int m_caseCounter = 0;
 
     QString freshPath()
     {
-        return m_environment.root() + QStringLiteral("/case-%1/history.sqlite").arg(++m_caseCounter);
+        return m_environment.root() + u'/' + QUuid::createUuid().toString(QUuid::Id128) + "/history.sqlite";
     }
 
 private slots:
@@ -239,14 +238,17 @@ private slots:
     {
         QTest::addColumn<QString>("kind");          // those naming a history start from a real one
         QTest::addColumn<QString>("expectedError"); // empty: the location is taken for the history
-        const auto row = [](const char *kind, const char *expectedError) {
-            QTest::newRow(kind) << QString::fromLatin1(kind) << QString::fromLatin1(expectedError);
+        QTest::addColumn<QString>("statement");     // run on the history first
+        const auto row = [](const char *kind, const char *expectedError, const char *statement = "") {
+            QTest::newRow(kind) << QString::fromLatin1(kind) << QString::fromLatin1(expectedError)
+                                << QString::fromLatin1(statement);
         };
-        row("history from a newer version", "newer version of Halcy (schema 2.0.0)");
+        row("history from a newer version", "newer version of Halcy (schema 2.0.0)",
+            "UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'");
         row("text file", "not a Halcy clipboard history");
-        row("history without its metadata", "not a Halcy clipboard history");
+        row("history without its metadata", "not a Halcy clipboard history", "DROP TABLE metadata");
         row("SQLite header followed by garbage", "cannot be read");
-        row("history with its table gone", "damaged");
+        row("history with its table gone", "damaged", "DROP TABLE ClipboardRecord");
         row("history with damaged pages behind a valid header", "damaged");
         row("folder path runs through a file", "cannot be created");
         row("path is a folder", "is not a file");
@@ -260,6 +262,7 @@ private slots:
     {
         QFETCH(QString, kind);
         QFETCH(QString, expectedError);
+        QFETCH(QString, statement);
         const QString folder = QFileInfo(freshPath()).absolutePath();
         const QString historyPath = folder + QStringLiteral("/history.sqlite");
         QString path = historyPath;
@@ -271,11 +274,6 @@ private slots:
             for (int i = 0; i < 40; ++i)
                 QVERIFY(store->insert(textCapture(QString::number(i).repeated(200))));
         }
-        const QString statement = kind.endsWith("version")
-                                      ? "UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'"
-                                  : kind.endsWith("gone")     ? "DROP TABLE ClipboardRecord"
-                                  : kind.endsWith("metadata") ? "DROP TABLE metadata"
-                                                              : "";
         QFile file(path);
         if (!statement.isEmpty()) {
             QCOMPARE(sql(path, statement), QStringList{});
