@@ -62,7 +62,7 @@ private slots:
 
         QTest::addRow("title equals") << entry("Meeting notes") << "meeting notes" << 100;
         QTest::addRow("title equals but for case and accents")
-            << entry(QStringLiteral("Résumé Draft")) << "resume draft" << 100;
+            << entry("Résumé Draft") << "resume draft" << 100;
         QTest::addRow("title begins with") << entry("Meeting notes") << "meet" << 90;
         QTest::addRow("title contains") << entry("Meeting notes") << "notes" << 75;
         QTest::addRow("preview contains") << entry("Meeting", "Meeting with Zoë at noon") << "zoe" << 55;
