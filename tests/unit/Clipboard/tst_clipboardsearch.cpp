@@ -9,8 +9,7 @@ ClipboardHistoryEntry entry(const QString &title, const QString &preview = QStri
                             const QString &source = QStringLiteral("Editor"),
                             ClipboardContentType type = ClipboardContentType::text, int minutesAgo = 0)
 {
-    ClipboardHistoryEntry entry =
-        makeEntry(title, QDateTime(QDate(2026, 3, 7), QTime(12, 0)).addSecs(-60 * minutesAgo), false, type);
+    ClipboardHistoryEntry entry = makeEntry(title, secondsAgo(60 * minutesAgo), false, type);
     entry.preview = preview.isNull() ? title : preview;
     entry.sourceAppName = source;
     return entry;

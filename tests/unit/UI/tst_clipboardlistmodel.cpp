@@ -81,16 +81,14 @@ private slots:
         QList<QUuid> ids;
         for (const QString &title : words.mid(1))
             ids << titled(title).id;
-        ClipboardHistoryEntry pinned = titled(words.last());
-        pinned.isPinned = true;
-        if (words.first() == QLatin1String("copy"))
-            model.insertEntry(makeEntry(words.last(), now.addSecs(-1)));
-        else if (words.first() == QLatin1String("remove"))
+        ClipboardHistoryEntry changed = titled(words.last());
+        changed.isPinned = words.first() == QLatin1String("pin");
+        if (words.first() == QLatin1String("remove"))
             model.removeEntries(ids);
-        else if (words.first() == QLatin1String("pin"))
-            model.insertEntry(pinned);
-        else
+        else if (words.first() == QLatin1String("search"))
             model.setSearchQuery(change.section(u' ', 1));
+        else if (words.first() != QLatin1String("midnight"))
+            model.insertEntry(changed.isPinned ? changed : makeEntry(words.last(), now.addSecs(-1)));
         model.setNow(change == QLatin1String("midnight") ? now.addDays(1) : now);
         model.refreshDay();
 
