@@ -55,27 +55,26 @@ private slots:
             digits.left(140) + "...");
         row("empty is not captured", QString(), "");
         row("blanks are not captured", QStringLiteral("\n\t \r\n\u00A0"), "");
-        const auto files = [](const QStringList &urls) {
-            return ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal"));
+        const auto files = [&add](const char *name, const QStringList &urls, const char *title,
+                                  const QString &preview, const char *fingerprint) {
+            add(name, ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal")),
+                *title ? "file" : "", title, preview, fingerprint);
         };
         const auto image = [](const QByteArray &bytes) {
             return std::optional(ClipboardCapture::fromImage(bytes, 7, QStringLiteral("Terminal")));
         };
         // printf 'file||file:///home/ada/My%%20Notes.txt||' | sha256sum; an image's last part is the digest
         // of its bytes: printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -c1-64)"
-        add("one file is titled by its name", files({"file:///home/ada/My%20Notes.txt"}), "file",
-            "My Notes.txt", "/home/ada/My Notes.txt",
-            "0fde477721a91118e9febf1c3014a89650e5a4457254266c2c1f254dd03b03fe");
-        add("one folder is titled by its name", files({"file:///home/ada/Projects/"}), "file", "Projects",
-            "/home/ada/Projects", "afa59e4f809378514fc7848aaf5fb6d2b510192cc884544e42d25be26272e6f2");
-        add("several files are counted, in pasteboard order",
-            files({"file:///tmp/b%20c.txt", "file:///tmp/a.txt"}), "file", "2 files",
-            "/tmp/b c.txt\n/tmp/a.txt", "18dcf9c265bb91256d201d35384dd57564405ed3a04c36ac8f3a40488effb13a");
-        add("web addresses among files are dropped",
-            files({"https://example.com/a.png", "file:///tmp/a.png"}), "file", "a.png", "/tmp/a.png",
-            "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
-        add("no file at all is not captured", files({"https://example.com/a.png", "sftp://host/b"}), "", "",
-            "", "");
+        files("one file is titled by its name", {"file:///home/ada/My%20Notes.txt"}, "My Notes.txt",
+              "/home/ada/My Notes.txt", "0fde477721a91118e9febf1c3014a89650e5a4457254266c2c1f254dd03b03fe");
+        files("one folder is titled by its name", {"file:///home/ada/Projects/"}, "Projects",
+              "/home/ada/Projects", "afa59e4f809378514fc7848aaf5fb6d2b510192cc884544e42d25be26272e6f2");
+        files("several files are counted, in pasteboard order",
+              {"file:///tmp/b%20c.txt", "file:///tmp/a.txt"}, "2 files", "/tmp/b c.txt\n/tmp/a.txt",
+              "18dcf9c265bb91256d201d35384dd57564405ed3a04c36ac8f3a40488effb13a");
+        files("web addresses among files are dropped", {"https://example.com/a.png", "file:///tmp/a.png"},
+              "a.png", "/tmp/a.png", "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
+        files("no file at all is not captured", {"https://example.com/a.png", "sftp://host/b"}, "", "", "");
         add("image", image("PNGDATA"), "image", "Image", "Image copied to clipboard",
             "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
         add("a picture that can be read says what it is",
