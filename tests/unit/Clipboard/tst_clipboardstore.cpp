@@ -102,9 +102,8 @@ private slots:
         ClipboardCapture files = text;
         files.type = ClipboardContentType::file;
         files.textContent.reset();
-        files.fileURLStrings = {QStringLiteral("file:///tmp/a\nb.txt"),
-                                QStringLiteral("file:///tmp/\"q\" \\ [x], y.txt"),
-                                QStringLiteral("file:///tmp/ünï code.txt"), QString()};
+        files.fileURLStrings = {"file:///tmp/a\nb.txt", "file:///tmp/\"q\" \\ [x], y.txt",
+                                "file:///tmp/ünï code.txt", QString()};
         QTest::addRow("files whose names hold line breaks, quotes and commas") << files;
 
         ClipboardCapture image = text;
@@ -116,7 +115,6 @@ private slots:
         QTest::addRow("image") << image;
 
         ClipboardCapture colour = textCapture(QStringLiteral("#a1b2c3"), when);
-        colour.type = ClipboardContentType::color;
         colour.sourceAppName = colour.preview = QString();
         QTest::addRow("colour without source name or preview") << colour;
     }
