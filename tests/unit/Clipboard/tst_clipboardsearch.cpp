@@ -6,10 +6,10 @@
 namespace {
 
 ClipboardHistoryEntry entry(const QString &title, const QString &preview = QString(),
-                            const QString &source = QStringLiteral("Editor"),
-                            ClipboardContentType type = ClipboardContentType::text, int minutesAgo = 0)
+                            ClipboardContentType type = ClipboardContentType::text,
+                            const QString &source = QStringLiteral("Editor"))
 {
-    ClipboardHistoryEntry entry = makeEntry(title, secondsAgo(60 * minutesAgo), false, type);
+    ClipboardHistoryEntry entry = makeEntry(title, QDateTime::currentDateTime(), false, type);
     entry.preview = preview.isNull() ? title : preview;
     entry.sourceAppName = source;
     return entry;
@@ -65,12 +65,12 @@ private slots:
         QTest::addRow("title begins with") << entry("Meeting notes") << "meet" << 90;
         QTest::addRow("title contains") << entry("Meeting notes") << "notes" << 75;
         QTest::addRow("preview contains") << entry("Meeting", "Meeting with Zoë at noon") << "zoe" << 55;
-        QTest::addRow("source contains") << entry("alpha", "beta", "Firefox") << "fox" << 35;
-        QTest::addRow("type name contains")
-            << entry("alpha", "beta", "Editor", ClipboardContentType::color) << "colo" << 25;
+        QTest::addRow("source contains")
+            << entry("alpha", "beta", ClipboardContentType::text, "Firefox") << "fox" << 35;
+        QTest::addRow("type name contains") << entry("a", "b", ClipboardContentType::color) << "colo" << 25;
         QTest::addRow("fuzzy across title and preview") << entry("ab", "cd") << "b c" << 2 + 7 + 8;
         QTest::addRow("fuzzy reaches the type name")
-            << entry("xq", "yq", "zq", ClipboardContentType::link) << "xlk" << 7 + 2 + 2;
+            << entry("xq", "yq", ClipboardContentType::link, "zq") << "xlk" << 7 + 2 + 2;
     }
 
     void scoresByFirstMatchingRule()
@@ -131,8 +131,7 @@ private slots:
         // Scores 75, 100, 55 (by its preview), 75, 100 and none.
         ClipboardHistoryEntries newestFirst;
         for (const char *title : {"my report", "report", "draft", "your report", "Report", "unrelated"})
-            newestFirst << entry(title, "", "Editor", ClipboardContentType::text,
-                                 int(newestFirst.size()) + 1);
+            newestFirst << makeEntry(title, secondsAgo(60 * int(newestFirst.size() + 1)));
         newestFirst[2].preview = QStringLiteral("report");
         ClipboardHistoryEntries entries;
         for (const int index : inputOrder)
