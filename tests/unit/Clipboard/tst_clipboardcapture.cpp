@@ -60,9 +60,6 @@ private slots:
             add(name, ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal")),
                 *title ? "file" : "", title, preview, fingerprint);
         };
-        const auto image = [](const QByteArray &bytes) {
-            return std::optional(ClipboardCapture::fromImage(bytes, 7, QStringLiteral("Terminal")));
-        };
         // printf 'file||file:///home/ada/My%%20Notes.txt||' | sha256sum; an image's last part is the digest
         // of its bytes: printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -c1-64)"
         files("one file is titled by its name", {"file:///home/ada/My%20Notes.txt"}, "My Notes.txt",
@@ -75,10 +72,12 @@ private slots:
         files("web addresses among files are dropped", {"https://example.com/a.png", "file:///tmp/a.png"},
               "a.png", "/tmp/a.png", "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
         files("no file at all is not captured", {"https://example.com/a.png", "sftp://host/b"}, "", "", "");
-        add("image", image("PNGDATA"), "image", "Image", "Image copied to clipboard",
-            "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
+        add("image", ClipboardCapture::fromImage("PNGDATA", 7, QStringLiteral("Terminal")), "image", "Image",
+            "Image copied to clipboard", "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
         add("a picture that can be read says what it is",
-            image(encodedImage(QImage(64, 48, QImage::Format_RGB32))), "image", "Image", "64 × 48 PNG", "");
+            ClipboardCapture::fromImage(encodedImage(QImage(64, 48, QImage::Format_RGB32)), 7,
+                                        QStringLiteral("Terminal")),
+            "image", "Image", "64 × 48 PNG", "");
     }
 
     void captures()
