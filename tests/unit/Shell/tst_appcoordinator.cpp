@@ -222,8 +222,17 @@ private slots:
         QCOMPARE(m_pasteboard->types(), writable ? written : written.mid(0, 1));
     }
 
-    void historyCommandsKeepPinnedEntries()
+    // Paused or disabled, copies are not captured; history commands keep pinned entries; the history is
+    // loaded at launch, with nothing selected.
+    void captureAndHistoryCommandsFollowTheState()
     {
+        state()->setClipboardPaused(true);
+        copyElsewhere("while paused");
+        state()->setClipboardPaused(false);
+        state()->setClipboardEnabled(false);
+        copyElsewhere("while off");
+        QVERIFY(state()->clipboardEntries().isEmpty());
+        state()->setClipboardEnabled(true);
         for (const char *text : {"keep me", "drop me", "and me"})
             copyElsewhere(text);
         const ClipboardHistoryEntries copied = state()->clipboardEntries(); // newest first
@@ -240,20 +249,7 @@ private slots:
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("History cleared. Pinned items kept."));
         QCOMPARE(state()->clipboardEntries().size(), 1);
         QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("keep me"));
-    }
 
-    void pausedOrDisabledCopiesAreNotCapturedAndTheRestIsLoadedAtLaunch()
-    {
-        state()->setClipboardPaused(true);
-        copyElsewhere("while paused");
-        state()->setClipboardPaused(false);
-        state()->setClipboardEnabled(false);
-        copyElsewhere("while off");
-        QVERIFY(state()->clipboardEntries().isEmpty());
-        state()->setClipboardEnabled(true);
-        copyElsewhere("back on");
-
-        // The history is loaded at launch, with nothing selected.
         makeCoordinator();
         QCOMPARE(state()->clipboardEntries().size(), 1);
         QVERIFY(state()->selectedClipboardEntryID().isNull());
