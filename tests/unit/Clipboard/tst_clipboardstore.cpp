@@ -216,11 +216,19 @@ private slots:
         }
     }
 
-    // An unknown id fails and changes nothing; looking it up finds nothing, without an error.
-    void unknownIdChangesNothing()
+    // A long text does not stay in memory with its entry; pasting reads it back whole. An unknown id
+    // fails and changes nothing; looking it up finds nothing, without an error.
+    void longTextsAndUnknownIds()
     {
         const auto store = ClipboardStore::openInMemory(200);
-        QVERIFY(store->insert(textCapture(QStringLiteral("one"))));
+        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
+        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
+        QVERIFY(store->insert(textCapture(text)));
+        for (const ClipboardHistoryEntry &entry :
+             {inserted.value(0).value(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
+            QVERIFY(entry.textLeftInStore && !entry.textContent);
+            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
+        }
         const QUuid one = store->entries().first().id, unknown = QUuid::createUuid();
         QVERIFY(store->togglePin(one) && store->togglePin(one));
         QString pinError, deleteError, readError;
@@ -331,20 +339,6 @@ private slots:
         store.reset();
         QCOMPARE(titlesOf(ClipboardStore::open(path, 200)->entries()),
                  (QStringList{"while closing", "second", "first", "pinned later"}));
-    }
-
-    // A long text does not stay in memory with its entry; pasting reads it back whole.
-    void longTextsAreReadBackWhenNeeded()
-    {
-        const auto store = ClipboardStore::openInMemory(200);
-        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
-        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
-        QVERIFY(store->insert(textCapture(text)));
-        for (const ClipboardHistoryEntry &entry :
-             {inserted.value(0).value(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
-            QVERIFY(entry.textLeftInStore && !entry.textContent);
-            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
-        }
     }
 
     // A writer killed at random moments never leaves a damaged file, and every capture it reported as
