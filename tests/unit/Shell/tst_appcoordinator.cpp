@@ -13,7 +13,6 @@
 #include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
 
-#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QRegularExpression>
@@ -25,7 +24,6 @@ class tst_AppCoordinator : public QObject
 {
     Q_OBJECT
 
-private:
     std::unique_ptr<TestEnvironment> m_env;
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
@@ -261,7 +259,6 @@ private slots:
         m_coordinator.reset();
         const QFileInfo history(locations().historyPath);
         const QByteArray garbage("this is not a database, but the user's bytes all the same\n");
-        QVERIFY(QDir().mkpath(history.absolutePath()));
         QVERIFY(!writeFile(history.absolutePath(), history.fileName(), garbage).isEmpty());
         QTest::ignoreMessage(QtWarningMsg,
                              QRegularExpression("^Persistent store unavailable, running in-memory"));

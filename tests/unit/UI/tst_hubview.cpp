@@ -15,7 +15,6 @@ class tst_HubView : public QObject
 {
     Q_OBJECT
 
-private:
     std::unique_ptr<StateFixture> m_fixture;
     AppState *m_state = nullptr;
     std::unique_ptr<RecordingCommander> m_commander;
