@@ -87,8 +87,8 @@ private slots:
         QVERIFY(state()->updateMessage().isEmpty());
     }
 
-    // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
-    void mirrorToggleOpensAndClosesTheCamera()
+    // The tray, the hub, the shortcut and the command line all toggle through here; quitting undoes both.
+    void mirrorAndHideDesktopFollowTheState()
     {
         MirrorCameraEngine *camera = m_coordinator->cameraEngine();
         m_coordinator->toggleMirror();
@@ -104,36 +104,7 @@ private slots:
         state()->setMirrorEnabled(true);
         m_coordinator->toggleMirror();
         QVERIFY(state()->mirrorOpen());
-        m_coordinator->shutdown();
-        QVERIFY(!state()->mirrorOpen());
-        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
-        // The camera found for the empty selection is remembered.
-        QFile settings(locations().preferencesPath);
-        QVERIFY(settings.open(QIODevice::ReadOnly));
-        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
-    }
 
-    void startIsIdempotentAndTheHubShortcutTogglesTheHub()
-    {
-        m_hotkeys->taken.insert(Qt::Key_M);
-        m_coordinator->start();
-        StatusItemController *first = m_coordinator->statusItemController();
-        m_coordinator->start();
-        QCOMPARE(m_coordinator->statusItemController(), first);
-        QCOMPARE(m_hotkeys->grabCalls, 3);
-        QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
-        // A shortcut another program holds is told once.
-        QCOMPARE(m_notifier->bodies.size(), 1);
-        QVERIFY(m_notifier->bodies.first().startsWith(QLatin1String("Ctrl+Super+M is already in use")));
-
-        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
-        QTRY_VERIFY(first->isPopoverShown());
-        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
-        QTRY_VERIFY(!first->isPopoverShown());
-    }
-
-    void hideDesktopFollowsTheStateAndThePreferences()
-    {
         DesktopCoverManager *covers = m_coordinator->desktopCoverManager();
         state()->setDesktopEnabled(false);
         m_coordinator->toggleDesktopCover();
@@ -161,6 +132,31 @@ private slots:
         m_coordinator->shutdown();
         QVERIFY(covers->covers().isEmpty() && !covers->isHidden());
         QCOMPARE(covers->configuration(), DesktopCoverConfiguration());
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+        // The camera found for the empty selection is remembered.
+        QFile settings(locations().preferencesPath);
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
+    }
+
+    void startIsIdempotentAndTheHubShortcutTogglesTheHub()
+    {
+        m_hotkeys->taken.insert(Qt::Key_M);
+        m_coordinator->start();
+        StatusItemController *first = m_coordinator->statusItemController();
+        m_coordinator->start();
+        QCOMPARE(m_coordinator->statusItemController(), first);
+        QCOMPARE(m_hotkeys->grabCalls, 3);
+        QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
+        // A shortcut another program holds is told once.
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY(m_notifier->bodies.first().startsWith(QLatin1String("Ctrl+Super+M is already in use")));
+
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
+        QTRY_VERIFY(first->isPopoverShown());
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
+        QTRY_VERIFY(!first->isPopoverShown());
     }
 
     void copyWritesTheEntryInItsMode()
