@@ -162,7 +162,7 @@ private slots:
         QCOMPARE(m_store->entries().value(0).textContent, QStringLiteral("small again"));
     }
 
-    void failedInsertIsReportedAndNotRetried()
+    void failedAndOvertakenReadsLeaveNothingBehind()
     {
         // The store's one SQLite connection: every insert fails as on a full disk.
         QSqlQuery query(QSqlDatabase::database(QSqlDatabase::connectionNames().value(0), false));
@@ -173,14 +173,10 @@ private slots:
         QCOMPARE(m_delegate.messages, QStringList{QStringLiteral("Clipboard history could not be saved.")});
 
         QVERIFY(query.exec(QStringLiteral("DROP TRIGGER refuse")));
-        m_monitor->poll();
-        QVERIFY(m_store->entries().isEmpty());
-    }
+        m_monitor->poll(); // not read again
 
-    // Answers arrive late, as when reading takes its time on another thread: only the newest change
-    // is recorded, and only while capture is on and the monitor still there.
-    void lateAnswersAreDroppedWhenOvertaken()
-    {
+        // Answers arrive late, as when reading takes its time on another thread: only the newest change
+        // is recorded, and only while capture is on and the monitor still there.
         m_pasteboard->setAnswersAtOnce(false);
         m_pasteboard->copyText(QStringLiteral("overtaken"));
         m_monitor->poll();
