@@ -159,25 +159,6 @@ private slots:
         QTRY_VERIFY(!first->isPopoverShown());
     }
 
-    void copyWritesTheEntryInItsMode()
-    {
-        copyElsewhere("  padded text \n");
-        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
-        m_coordinator->copyEntry(entry, PasteMode::plainText);
-        QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
-        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
-
-        // An image is written from the bytes the store keeps for it.
-        const QByteArray png = encodedImage();
-        copyElsewhere(png, QStringLiteral("image/png"));
-        m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
-
-        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
-        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
-    }
-
     void pasteReportsWhatHappened_data()
     {
         QTest::addColumn<bool>("available"); // the XTest extension
@@ -216,8 +197,8 @@ private slots:
         QCOMPARE(m_pasteboard->types(), writable ? written : written.mid(0, 1));
     }
 
-    // Paused or disabled, copies are not captured; history commands keep pinned entries; the history is
-    // loaded at launch, with nothing selected.
+    // Paused or disabled, copies are not captured; copying writes the entry in its mode; history commands
+    // keep pinned entries; the history is loaded at launch, with nothing selected.
     void captureAndHistoryCommandsFollowTheState()
     {
         state()->setClipboardPaused(true);
@@ -227,12 +208,29 @@ private slots:
         copyElsewhere("while off");
         QVERIFY(state()->clipboardEntries().isEmpty());
         state()->setClipboardEnabled(true);
+
+        copyElsewhere("  padded text \n");
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        m_coordinator->copyEntry(entry, PasteMode::plainText);
+        QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
+
+        // An image is written from the bytes the store keeps for it.
+        const QByteArray png = encodedImage();
+        copyElsewhere(png, QStringLiteral("image/png"));
+        m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
+
+        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
+
         for (const char *text : {"keep me", "drop me", "and me"})
             copyElsewhere(text);
         const ClipboardHistoryEntries copied = state()->clipboardEntries(); // newest first
         m_coordinator->togglePin(copied.at(2).id);
         m_coordinator->deleteEntry(copied.at(0).id);
-        QCOMPARE(state()->clipboardEntries().size(), 2);
+        QCOMPARE(state()->clipboardEntries().size(), 4);
 
         m_coordinator->clearRecentHistory();
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Recent history cleared."));
