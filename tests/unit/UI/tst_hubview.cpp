@@ -199,11 +199,9 @@ private slots:
         QString search;
         perform(steps.split(QLatin1String(", ")), &search);
         QCOMPARE(m_commander->calls, call.isEmpty() ? QStringList() : QStringList{call.section(u'+', 0, 0)});
-        if (entry >= 0) {
-            QCOMPARE(m_commander->lastID, m_entries.at(entry).id);
-            QCOMPARE(m_commander->lastMode,
-                     call.endsWith(u"+plain") ? PasteMode::plainText : PasteMode::formatted);
-        }
+        QCOMPARE(m_commander->lastID, entry >= 0 ? m_entries.at(entry).id : QUuid());
+        QCOMPARE(m_commander->lastMode,
+                 call.endsWith(u"+plain") ? PasteMode::plainText : PasteMode::formatted);
         if (call == QLatin1String("copyEntry"))
             QCOMPARE(m_state->selectedClipboardEntryID(), m_entries.at(entry).id);
         QVERIFY(m_popover->isShown());
