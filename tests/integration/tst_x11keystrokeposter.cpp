@@ -33,9 +33,8 @@ private slots:
         QTest::addColumn<QStringList>("heldKeys");
         QTest::addColumn<QStringList>("layout");
 
-        QTest::addRow("super and shift still held from the shortcut")
-            << QStringList{} << QStringList{"super", "shift"} << QStringList{};
-        QTest::addRow("alt still held") << QStringList{} << QStringList{"alt"} << QStringList{};
+        QTest::addRow("super, shift and alt still held")
+            << QStringList{} << QStringList{"super", "shift", "alt"} << QStringList{};
         // Dvorak puts "v" on another key: the keystroke must follow the layout, not a fixed position.
         QTest::addRow("dvorak layout")
             << QStringList{} << QStringList{} << QStringList{"-layout", "us", "-variant", "dvorak"};
@@ -81,7 +80,6 @@ private slots:
         QVERIFY(service.write(entry, PasteMode::plainText, std::nullopt));
         if (!heldKeys.isEmpty())
             QVERIFY(xdotool(QStringList{QStringLiteral("keydown")} + heldKeys));
-        QVERIFY(service.canPostKeystrokes());
         QVERIFY(service.postPasteKeystroke());
         if (!heldKeys.isEmpty())
             QVERIFY(xdotool(QStringList{QStringLiteral("keyup")} + heldKeys));
