@@ -1,7 +1,7 @@
 // The other applications of the tests, built twice from this source; the program name picks the role.
 // Both print "ready…" once set up, answer in single lines on standard output and quit at the end of input.
 //
-//   clipboard_peer [--text T] [--type NAME=VALUE]... [--uri-list URL]... [--data MIME=FILE]... [--stdin]
+//   clipboard_peer [--text T] [--type NAME=VALUE]... [--data MIME=FILE]... [--stdin]
 //
 // Takes the CLIPBOARD selection with several targets at once. With --stdin, every further line read is
 // copied as plain text and answered with "copied <steady clock ns>", taken right after the clipboard was
@@ -90,7 +90,6 @@ int clipboardOwner(int argc, char **argv)
     QApplication app(argc, argv);
     const QStringList args = app.arguments().mid(1);
     auto mime = new QMimeData;
-    QByteArrayList uris;
     bool readStdin = false;
     for (qsizetype i = 0; i < args.size(); ++i) {
         const QString &arg = args.at(i);
@@ -101,17 +100,13 @@ int clipboardOwner(int argc, char **argv)
             readStdin = true;
         else if (arg == QLatin1String("--text"))
             mime->setText(value);
-        else if (arg == QLatin1String("--uri-list"))
-            uris.append(value.toUtf8());
         else if (arg == QLatin1String("--type") && equals > 0)
             mime->setData(value.left(equals), value.mid(equals + 1).toUtf8());
         else if (arg == QLatin1String("--data") && equals > 0 && file.open(QIODevice::ReadOnly))
             mime->setData(value.left(equals), file.readAll());
         else
-            usage("expected --text T, --type NAME=VALUE, --uri-list URL, --data MIME=FILE or --stdin");
+            usage("expected --text T, --type NAME=VALUE, --data MIME=FILE or --stdin");
     }
-    if (!uris.isEmpty())
-        mime->setData(QStringLiteral("text/uri-list"), uris.join("\r\n") + "\r\n");
     QClipboard *clipboard = QGuiApplication::clipboard();
     if (mime->formats().isEmpty()) {
         delete mime;
