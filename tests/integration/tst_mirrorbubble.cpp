@@ -143,11 +143,8 @@ private Q_SLOTS:
         QVERIFY(bubble.show());
         QTRY_GEOMETRY(bubble, QRect(160, 160, 300, 225));
         const QPoint centre = bubble.window()->geometry().center();
-        QVERIFY(run(QStringLiteral("xdotool mousemove %1 %2 click --repeat %3 --delay 15 %4")
-                        .arg(centre.x())
-                        .arg(centre.y())
-                        .arg(std::abs(notches))
-                        .arg(notches > 0 ? 4 : 5)));
+        QVERIFY(run(QString::asprintf("xdotool mousemove %d %d click --repeat %d --delay 15 %d", centre.x(),
+                                      centre.y(), std::abs(notches), notches > 0 ? 4 : 5)));
         QTRY_COMPARE_WITH_TIMEOUT(bubble.window()->width(), width, scaledTimeout(5000));
         const QRect frame = bubble.window()->geometry();
         QCOMPARE(frame.height(), qRound(width * 3 / 4.0));
