@@ -13,7 +13,18 @@ class tst_MicrophoneLevel : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_runtime;
+
 private Q_SLOTS:
+    // No sound server for this process, before Qt Multimedia first looks for one: the test session's
+    // PulseAudio is reached through these.
+    void initTestCase()
+    {
+        qputenv("XDG_RUNTIME_DIR", m_runtime.path().toLocal8Bit());
+        qunsetenv("PULSE_SERVER");
+        qputenv("PULSE_CLIENTCONFIG", "/dev/null");
+    }
+
     void levelFromChannelPowers_data()
     {
         QTest::addColumn<QList<float>>("powers");
@@ -79,16 +90,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv)
-{
-    // No sound server for this process: the test session's PulseAudio is reached through these.
-    QTemporaryDir runtime;
-    qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
-    qunsetenv("PULSE_SERVER");
-    qputenv("PULSE_CLIENTCONFIG", "/dev/null");
-    QGuiApplication app(argc, argv);
-    tst_MicrophoneLevel test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(tst_MicrophoneLevel)
 #include "tst_microphonelevel.moc"

@@ -41,65 +41,56 @@ class tst_MirrorFrameConverter : public QObject
     Q_OBJECT
 
 private Q_SLOTS:
-    // Every camera format of a red frame becomes the same red image.
-    void cameraFormatsBecomeTheSameImage_data()
+    // A red 4×2 frame in every camera format becomes the same red image. Previews are of a 12×4 frame:
+    // green edges two pixels wide, red up to the middle and blue after it.
+    void frames_data()
     {
         QTest::addColumn<int>("format");
         QTest::addColumn<QByteArrayList>("planes");
-        QTest::addRow("YUYV, the usual webcam format")
-            << int(Format::Format_YUYV) << QByteArrayList{"515a51f0"};
-        QTest::addRow("UYVY") << int(Format::Format_UYVY) << QByteArrayList{"5a51f051"};
-        QTest::addRow("NV12") << int(Format::Format_NV12) << QByteArrayList{"51", "5af0"};
-        QTest::addRow("NV21, chroma swapped") << int(Format::Format_NV21) << QByteArrayList{"51", "f05a"};
-        QTest::addRow("I420 in three planes")
-            << int(Format::Format_YUV420P) << QByteArrayList{"51", "5a", "f0"};
-        QTest::addRow("YV12, planes swapped") << int(Format::Format_YV12) << QByteArrayList{"51", "f0", "5a"};
-        QTest::addRow("32-bit RGB") << int(Format::Format_BGRX8888) << QByteArrayList{bgrxRed};
+        QTest::addColumn<QSize>("preview"); // none: the full image
+        QTest::addColumn<bool>("mirrored");
+        QTest::addColumn<QColor>("left");
+        const auto image = [](const char *name, Format::PixelFormat format, QByteArrayList planes) {
+            QTest::addRow("%s", name) << int(format) << planes << QSize() << false << QColor(Qt::red);
+        };
+        image("YUYV, the usual webcam format", Format::Format_YUYV, {yuyvRed});
+        image("UYVY", Format::Format_UYVY, {"5a51f051"});
+        image("NV12", Format::Format_NV12, {"51", "5af0"});
+        image("NV21, chroma swapped", Format::Format_NV21, {"51", "f05a"});
+        image("I420 in three planes", Format::Format_YUV420P, {"51", "5a", "f0"});
+        image("YV12, planes swapped", Format::Format_YV12, {"51", "f0", "5a"});
+        image("32-bit RGB", Format::Format_BGRX8888, {bgrxRed});
+        const QByteArrayList yuyvHalves{yuyvGreen + yuyvRed.repeated(2) + yuyvBlue.repeated(2) + yuyvGreen};
+        const auto yuyv = int(Format::Format_YUYV);
+        QTest::addRow("preview: the sides cropped to the aspect, blocks averaged")
+            << yuyv << yuyvHalves << QSize(4, 2) << false << QColor(Qt::red);
+        QTest::addRow("mirrored: the sides swap")
+            << yuyv << yuyvHalves << QSize(4, 2) << true << QColor(Qt::blue);
+        QTest::addRow("larger than the crop: scaled up")
+            << yuyv << yuyvHalves << QSize(16, 8) << true << QColor(Qt::blue);
+        QTest::addRow("an RGB preview") << int(Format::Format_BGRX8888)
+                                        << QByteArrayList{bgrxGreen.repeated(2) + bgrxRed.repeated(4) +
+                                                          bgrxBlue.repeated(4) + bgrxGreen.repeated(2)}
+                                        << QSize(4, 2) << true << QColor(Qt::blue);
     }
 
-    void cameraFormatsBecomeTheSameImage()
+    void frames()
     {
         QFETCH(int, format);
         QFETCH(QByteArrayList, planes);
-        const QImage image = MirrorFrameConverter::toImage(frameOf(format, QSize(4, 2), planes));
-        QCOMPARE(image.size(), QSize(4, 2));
-        for (const QPoint at : {QPoint(0, 0), QPoint(3, 1)})
-            QVERIFY2(near(image.pixelColor(at), Qt::red, 5), qPrintable(image.pixelColor(at).name()));
-    }
-
-    // A 12×4 frame, green edges two pixels wide, red up to the middle and blue after it, previewed.
-    void previewFramesAreCroppedScaledAndMirrored_data()
-    {
-        QTest::addColumn<int>("format");
-        QTest::addColumn<QSize>("size");
-        QTest::addColumn<bool>("mirrored");
-        QTest::addColumn<QColor>("left");
-        const auto yuyv = int(Format::Format_YUYV);
-        QTest::addRow("the sides cropped to the aspect, blocks averaged")
-            << yuyv << QSize(4, 2) << false << QColor(Qt::red);
-        QTest::addRow("mirrored: the sides swap") << yuyv << QSize(4, 2) << true << QColor(Qt::blue);
-        QTest::addRow("larger than the crop: scaled up") << yuyv << QSize(16, 8) << true << QColor(Qt::blue);
-        QTest::addRow("an RGB frame too")
-            << int(Format::Format_BGRX8888) << QSize(4, 2) << true << QColor(Qt::blue);
-    }
-
-    void previewFramesAreCroppedScaledAndMirrored()
-    {
-        QFETCH(int, format);
-        QFETCH(QSize, size);
+        QFETCH(QSize, preview);
         QFETCH(bool, mirrored);
         QFETCH(QColor, left);
-        const QByteArray row =
-            format == int(Format::Format_YUYV)
-                ? yuyvGreen + yuyvRed.repeated(2) + yuyvBlue.repeated(2) + yuyvGreen
-                : bgrxGreen.repeated(2) + bgrxRed.repeated(4) + bgrxBlue.repeated(4) + bgrxGreen.repeated(2);
-        const QImage image =
-            MirrorFrameConverter::toPreview(frameOf(format, QSize(12, 4), {row}), size, mirrored);
-        QCOMPARE(image.size(), size);
-        const QColor right = left == QColor(Qt::red) ? QColor(Qt::blue) : QColor(Qt::red);
-        const QPoint last(size.width() - 1, size.height() - 1);
-        QVERIFY2(near(image.pixelColor(0, 0), left, 15), qPrintable(image.pixelColor(0, 0).name()));
-        QVERIFY2(near(image.pixelColor(last), right, 15), qPrintable(image.pixelColor(last).name()));
+        const QVideoFrame frame = frameOf(format, preview.isValid() ? QSize(12, 4) : QSize(4, 2), planes);
+        const QImage image = preview.isValid() ? MirrorFrameConverter::toPreview(frame, preview, mirrored)
+                                               : MirrorFrameConverter::toImage(frame);
+        QCOMPARE(image.size(), preview.isValid() ? preview : QSize(4, 2));
+        const QColor right =
+            preview.isValid() && left == QColor(Qt::red) ? QColor(Qt::blue) : QColor(Qt::red);
+        const int tolerance = preview.isValid() ? 15 : 5;
+        const QPoint last(image.width() - 1, image.height() - 1);
+        QVERIFY2(near(image.pixelColor(0, 0), left, tolerance), qPrintable(image.pixelColor(0, 0).name()));
+        QVERIFY2(near(image.pixelColor(last), right, tolerance), qPrintable(image.pixelColor(last).name()));
     }
 };
 
