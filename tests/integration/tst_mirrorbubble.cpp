@@ -7,7 +7,6 @@
 #include "TestTime.h"
 #include "X11TestMain.h"
 
-#include <QPainter>
 #include <QProcess>
 #include <QQuickView>
 #include <QRasterWindow>
@@ -21,12 +20,6 @@ class ClickTarget final : public QRasterWindow
 {
 public:
     int presses = 0;
-
-protected:
-    void paintEvent(QPaintEvent *) override
-    {
-        QPainter(this).fillRect(QRect(QPoint(), size()), Qt::darkGreen);
-    }
     void mousePressEvent(QMouseEvent *) override { ++presses; }
 };
 
