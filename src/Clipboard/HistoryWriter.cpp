@@ -2,6 +2,7 @@
 
 #include "Clipboard/HistoryDatabase.h"
 #include "Core/Logging.h"
+#include "Platform/ThreadPriority.h"
 
 #include <QObject>
 #include <QSqlDatabase>
@@ -25,6 +26,7 @@ std::unique_ptr<HistoryWriter> HistoryWriter::start(const QString &path, const Q
     QMetaObject::invokeMethod(
         writer->m_context.get(),
         [self, path, error, &opened] {
+            ThreadPriority::yieldToInteractiveWork();
             self->m_database = std::make_unique<QSqlDatabase>();
             opened = HistoryDatabase::openConnection(*self->m_database, self->m_connectionName, path, error);
         },

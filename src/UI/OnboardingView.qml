@@ -72,12 +72,15 @@ Pane {
         anchors.fill: parent
         spacing: 12
 
-        StackLayout {
+        // Pages anchored to a sized item rather than in a StackLayout: a StackLayout lays the first page out
+        // at its unwrapped width before it has its own, and the wrapped text then overlaps what follows.
+        Item {
             Layout.fillWidth: true
             Layout.fillHeight: true
-            currentIndex: root.currentTab
 
             ColumnLayout {
+                anchors.fill: parent
+                visible: root.currentTab === 0
                 spacing: 10
                 BrandMark { ink: Theme.text; glyphBody: Theme.background }
                 Body { text: "A quiet, native utility that combines three essential developer tools in one place:" }
@@ -87,6 +90,8 @@ Pane {
                 Item { Layout.fillHeight: true }
             }
             ColumnLayout {
+                anchors.fill: parent
+                visible: root.currentTab === 1
                 spacing: 10
                 Title { text: "Accessibility Permission" }
                 Body { text: "Halcy needs the X server's XTest extension to simulate the 'Ctrl+V' shortcut. This allows the app to automatically paste items directly when you click them in your history." }
@@ -109,6 +114,8 @@ Pane {
                 Item { Layout.fillHeight: true }
             }
             ColumnLayout {
+                anchors.fill: parent
+                visible: root.currentTab === 2
                 spacing: 10
                 Title { text: "Camera & Microphone" }
                 Body { text: "The Camera Mirror requires camera and audio permissions to display video previews, capture snaps to your clipboard, and show input level feedback." }
@@ -117,6 +124,8 @@ Pane {
                 Item { Layout.fillHeight: true }
             }
             ColumnLayout {
+                anchors.fill: parent
+                visible: root.currentTab === 3
                 spacing: 10
                 Title { text: "You're all set!" }
                 Body { text: "Halcy lives quietly in your system tray. Click the tray icon or use your global hotkeys to activate tools instantly." }

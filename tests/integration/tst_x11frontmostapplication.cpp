@@ -1,41 +1,26 @@
 #include "DesktopTools.h"
 #include "PeerProcess.h"
 #include "Platform/X11/X11FrontmostApplication.h"
+#include "SampleContent.h"
 #include "TestEnvironment.h"
 #include "TestTime.h"
 #include "X11TestMain.h"
 
 #include <QDir>
-#include <QFile>
 #include <QLocale>
 #include <QWindow>
-
-namespace {
-
-// Starts the text field peer with the given window class and makes its window the active one.
-bool startActive(PeerProcess &peer, const QString &windowClass)
-{
-    if (!peer.start({QStringLiteral("--class"), windowClass}))
-        return false;
-    return activatePeerWindow(peer);
-}
-
-} // namespace
 
 class TestX11FrontmostApplication final : public QObject
 {
     Q_OBJECT
-
-private:
-    const QString m_peerPath = QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer");
-    std::unique_ptr<TestEnvironment> m_env;
 
 private slots:
     void initTestCase()
     {
         HALCY_REQUIRE_X11_SESSION("xdotool");
         m_env = std::make_unique<TestEnvironment>();
-
+        const QString dir = m_env->dataHome() + QStringLiteral("/applications");
+        QVERIFY(QDir().mkpath(dir + QStringLiteral("/suite")));
         const QList<std::pair<QString, QByteArray>> desktopFiles{
             {"org.example.PeerEditor.desktop", "Name=Peer Editor\nStartupWMClass=HalcyPeerEditor\n"
                                                "[Desktop Action New]\nName=Wrong Name\n"},
@@ -45,13 +30,8 @@ private slots:
             {"halcypeerhidden.desktop", "Name=Uninstalled\nHidden=true\n"},
             {"suite/halcypeersuite.desktop", "Name=Peer Suite\n"},
         };
-        for (const auto &[fileName, contents] : desktopFiles) {
-            const QString path = m_env->dataHome() + QStringLiteral("/applications/") + fileName;
-            QVERIFY(QDir().mkpath(QFileInfo(path).absolutePath()));
-            QFile file(path);
-            QVERIFY(file.open(QIODevice::WriteOnly));
-            file.write("[Desktop Entry]\nType=Application\n" + contents);
-        }
+        for (const auto &[fileName, contents] : desktopFiles)
+            QVERIFY(!writeFile(dir, fileName, "[Desktop Entry]\nType=Application\n" + contents).isEmpty());
     }
 
     void cleanup() { QLocale::setDefault(QLocale::c()); }
@@ -83,9 +63,9 @@ private slots:
         QFETCH(QString, expected);
 
         QLocale::setDefault(QLocale(locale));
-        PeerProcess peer(m_peerPath);
-        QVERIFY2(startActive(peer, windowClass), qPrintable(peer.errorOutput()));
-
+        PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+        QVERIFY2(peer.start({"--class", windowClass}) && activatePeerWindow(peer),
+                 qPrintable(peer.errorOutput()));
         X11FrontmostApplication frontmost;
         QTRY_COMPARE_WITH_TIMEOUT(frontmost.activeWindowClass().value_or(WindowClass()).className,
                                   windowClass, scaledTimeout(10000));
@@ -96,35 +76,27 @@ private slots:
     // A copy made in the hub belongs to the application the user was in before it.
     void ourOwnWindowIsNeverTheApplication()
     {
-        PeerProcess peer(m_peerPath);
-        QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerEditor")), qPrintable(peer.errorOutput()));
         X11FrontmostApplication frontmost;
-        QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), scaledTimeout(10000));
-
-        QWindow ours;
-        ours.resize(200, 100);
-        ours.show();
-        QVERIFY(QTest::qWaitForWindowExposed(&ours, scaledTimeout(5000)));
-        QVERIFY(xdotool(
-            {QStringLiteral("windowactivate"), QStringLiteral("--sync"), QString::number(ours.winId())}));
-        QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), scaledTimeout(10000));
-        QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
-    }
-
-    void emptyWithoutActiveWindow()
-    {
         {
-            PeerProcess peer(m_peerPath);
-            QVERIFY2(startActive(peer, QStringLiteral("HalcyPeerGone")), qPrintable(peer.errorOutput()));
-            X11FrontmostApplication frontmost;
-            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("HalcyPeerGone"),
-                                      scaledTimeout(10000));
+            PeerProcess peer(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
+            QVERIFY2(peer.start({"--class", "HalcyPeerEditor"}) && activatePeerWindow(peer),
+                     qPrintable(peer.errorOutput()));
+            QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QStringLiteral("Peer Editor"), scaledTimeout(10000));
+            QWindow ours;
+            ours.resize(200, 100);
+            ours.show();
+            QVERIFY(QTest::qWaitForWindowExposed(&ours, scaledTimeout(5000)));
+            QVERIFY(xdotool({"windowactivate", "--sync", QString::number(ours.winId())}));
+            QTRY_VERIFY_WITH_TIMEOUT(ours.isActive(), scaledTimeout(10000));
+            QCOMPARE(frontmost.name(), QStringLiteral("Peer Editor"));
         }
-        // The only application window is gone; the window manager leaves nothing active.
-        X11FrontmostApplication frontmost;
+        // With every window gone the window manager leaves none active, and there is no application.
         QTRY_COMPARE_WITH_TIMEOUT(frontmost.name(), QString(), scaledTimeout(10000));
         QVERIFY(!frontmost.activeWindowClass());
     }
+
+private:
+    std::unique_ptr<TestEnvironment> m_env;
 };
 
 HALCY_X11_TEST_MAIN(TestX11FrontmostApplication)

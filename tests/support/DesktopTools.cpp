@@ -14,53 +14,48 @@
 
 std::optional<QByteArray> xclipOutput(const QString &target)
 {
-    QStringList arguments{QStringLiteral("-o"), QStringLiteral("-selection"), QStringLiteral("clipboard")};
+    QStringList arguments{"-o", "-selection", "clipboard"};
     if (!target.isEmpty())
-        arguments << QStringLiteral("-t") << target;
-    const std::optional<ToolResult> result = runTool(QStringLiteral("xclip"), arguments);
-    if (!result || result->exitCode != 0)
-        return std::nullopt;
-    return result->output;
+        arguments << "-t" << target;
+    const ToolResult result = runTool("xclip", arguments).value_or(ToolResult());
+    return result.exitCode == 0 ? std::optional(result.output) : std::nullopt;
 }
 
 bool xdotool(const QStringList &arguments)
 {
-    const std::optional<ToolResult> result = runTool(QStringLiteral("xdotool"), arguments);
-    if (!result || result->exitCode != 0)
-        qWarning() << "xdotool" << arguments << (result ? result->exitCode : -1);
-    return result && result->exitCode == 0;
+    const int exitCode = runTool("xdotool", arguments).value_or(ToolResult()).exitCode;
+    if (exitCode != 0)
+        qWarning() << "xdotool" << arguments << exitCode;
+    return exitCode == 0;
 }
 
 bool pressKeys(const QString &combination)
 {
-    return xdotool({QStringLiteral("key"), QStringLiteral("--clearmodifiers"), combination});
+    return xdotool({"key", "--clearmodifiers", combination});
 }
 
 bool setKeyboardLayout(const QStringList &arguments)
 {
-    const std::optional<ToolResult> result = runTool(QStringLiteral("setxkbmap"), arguments);
-    return result && result->exitCode == 0;
+    return runTool("setxkbmap", arguments).value_or(ToolResult()).exitCode == 0;
 }
 
 bool activatePeerWindow(PeerProcess &peer)
 {
-    return xdotool({QStringLiteral("windowactivate"), QStringLiteral("--sync"),
-                    peer.readyLine().section(QLatin1Char(' '), 1, 1)});
+    return xdotool({"windowactivate", "--sync", peer.readyLine().section(u' ', 1, 1)});
 }
 
 bool peerHasFocus(PeerProcess &peer)
 {
-    return QTest::qWaitFor(
-        [&] {
-            peer.writeLine(QStringLiteral("focus"));
-            return peer.readLine(1000) == QStringLiteral("focus 1");
-        },
-        scaledTimeout(10000));
+    const auto focused = [&] {
+        peer.writeLine("focus");
+        return peer.readLine(1000) == QStringLiteral("focus 1");
+    };
+    return QTest::qWaitFor(focused, scaledTimeout(10000));
 }
 
 QString peerText(PeerProcess &peer)
 {
-    peer.writeLine(QStringLiteral("text"));
+    peer.writeLine("text");
     return peer.readLine(1000).value_or(QString()).mid(5);
 }
 

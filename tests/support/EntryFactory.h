@@ -12,14 +12,21 @@ inline ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &wh
 {
     ClipboardHistoryEntry entry;
     entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
+    entry.title = entry.preview = title;
     entry.type = type;
     entry.sourceAppName = QStringLiteral("Terminal");
     entry.timestamp = when;
     entry.isPinned = pinned;
     entry.textContent = title;
     return entry;
+}
+
+inline QStringList titlesOf(const ClipboardHistoryEntries &entries)
+{
+    QStringList titles;
+    for (const ClipboardHistoryEntry &entry : entries)
+        titles.append(entry.title);
+    return titles;
 }
 
 inline QDateTime secondsAgo(int seconds)

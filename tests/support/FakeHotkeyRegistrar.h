@@ -2,46 +2,36 @@
 
 #include "Platform/HotkeyRegistrar.h"
 
-#include <QList>
+#include <QMap>
 #include <QSet>
 
-// Grabs in a list instead of on the desktop. Tests mark keys as taken by another program and press
+// Grabs in a map instead of on the desktop. Tests mark keys as taken by another program and press
 // combinations; a press reaches only a live grab, as on a real desktop.
 class FakeHotkeyRegistrar final : public HotkeyRegistrar
 {
 public:
-    struct Grab
-    {
-        quint32 id;
-        Qt::Key key;
-        Qt::KeyboardModifiers modifiers;
-    };
-
     using HotkeyRegistrar::HotkeyRegistrar;
 
     QSet<Qt::Key> taken;
-    QList<Grab> grabs;
+    QMap<quint32, QKeyCombination> grabs; // by id
     int grabCalls = 0;
 
-    // Presses key + modifiers; true when a live grab took the press.
+    // Presses key + modifiers; true when a live grab took the press (ids start at 1).
     bool press(Qt::Key key, Qt::KeyboardModifiers modifiers)
     {
-        for (const Grab &grab : std::as_const(grabs)) {
-            if (grab.key == key && grab.modifiers == modifiers) {
-                Q_EMIT pressed(grab.id);
-                return true;
-            }
-        }
-        return false;
+        const quint32 id = grabs.key(QKeyCombination(modifiers, key), 0);
+        if (id != 0)
+            Q_EMIT pressed(id);
+        return id != 0;
     }
 
     bool grab(quint32 id, Qt::Key key, Qt::KeyboardModifiers modifiers) override
     {
         ++grabCalls;
-        grabs.removeIf([id](const Grab &g) { return g.id == id; });
+        grabs.remove(id);
         if (taken.contains(key))
             return false;
-        grabs.append({id, key, modifiers});
+        grabs.insert(id, QKeyCombination(modifiers, key));
         return true;
     }
 

@@ -1,12 +1,6 @@
 #include "FakePasteboard.h"
 
-#include <QMimeData>
-
 #include <utility>
-
-FakePasteboard::FakePasteboard(QObject *parent) : Pasteboard(parent) {}
-
-FakePasteboard::~FakePasteboard() = default;
 
 void FakePasteboard::copy(const Content &content)
 {

@@ -4,13 +4,12 @@
 
 #include <QByteArray>
 #include <QList>
+#include <QMimeData>
 #include <QPair>
 #include <QPointer>
 #include <QString>
 
 #include <memory>
-
-class QMimeData;
 
 // An in-process clipboard: tests play the other application with copy(), and check what was read
 // (every data access is counted) and written. Requests are read at once, by the same rules as the real
@@ -21,14 +20,9 @@ class FakePasteboard final : public Pasteboard
 public:
     using Content = QList<QPair<QString, QByteArray>>;
 
-    explicit FakePasteboard(QObject *parent = nullptr);
-    ~FakePasteboard() override;
-
     // Another application copies: the content is replaced, the count moves and changed() is emitted.
     void copy(const Content &content);
     void copyText(const QString &text) { copy({{QStringLiteral("text/plain"), text.toUtf8()}}); }
-    // The owner exits: the content disappears, which also counts as a change.
-    void ownerExited() { copy({}); }
 
     // Reads of content (one per type fetched), not of the type list.
     int dataReads() const { return m_dataReads; }

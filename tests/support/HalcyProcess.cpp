@@ -1,12 +1,9 @@
 #include "HalcyProcess.h"
 
 #include "TestEnvironment.h"
-#include "TestTime.h"
 
-#include <QDeadlineTimer>
 #include <QDir>
 #include <QFile>
-#include <QTest>
 
 HalcyProcess::HalcyProcess(const QString &binary)
     : m_binary(binary), m_environment(QProcessEnvironment::systemEnvironment())
@@ -28,12 +25,11 @@ HalcyProcess::HalcyProcess(const QString &binary)
 
 HalcyProcess::~HalcyProcess()
 {
-    if (m_process.state() != QProcess::NotRunning) {
-        m_process.terminate();
-        if (!m_process.waitForFinished(scaledTimeout(5000)))
-            m_process.kill();
-        m_process.waitForFinished(scaledTimeout(2000));
-    }
+    // Each of these does nothing once the process has ended.
+    m_process.terminate();
+    if (!m_process.waitForFinished(scaledTimeout(5000)))
+        m_process.kill();
+    m_process.waitForFinished(scaledTimeout(2000));
 }
 
 bool HalcyProcess::start(int timeoutMs)
@@ -41,17 +37,10 @@ bool HalcyProcess::start(int timeoutMs)
     m_log.clear();
     m_process.setProcessEnvironment(m_environment);
     m_process.start(m_binary, {});
-    if (!m_process.waitForStarted(scaledTimeout(timeoutMs)))
-        return false;
-    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
-    while (!deadline.hasExpired()) {
-        if (m_log.contains(QLatin1String(" started")))
-            return true;
-        if (m_process.state() == QProcess::NotRunning)
-            return false;
-        QTest::qWait(50);
-    }
-    return false;
+    const auto started = [&] { return m_log.contains(QLatin1String(" started")); };
+    return QTest::qWaitFor([&] { return started() || m_process.state() == QProcess::NotRunning; },
+                           scaledTimeout(timeoutMs)) &&
+           started();
 }
 
 int HalcyProcess::runClient(const QStringList &arguments, QString *output, int timeoutMs) const
@@ -68,12 +57,4 @@ int HalcyProcess::runClient(const QStringList &arguments, QString *output, int t
     if (output)
         *output = QString::fromLocal8Bit(client.readAll());
     return client.exitStatus() == QProcess::NormalExit ? client.exitCode() : -1;
-}
-
-bool HalcyProcess::waitForExit(int timeoutMs)
-{
-    QDeadlineTimer deadline(scaledTimeout(timeoutMs));
-    while (m_process.state() != QProcess::NotRunning && !deadline.hasExpired())
-        QTest::qWait(50);
-    return m_process.state() == QProcess::NotRunning;
 }

@@ -1,12 +1,13 @@
 #pragma once
 
+#include "TestTime.h"
+
 #include <QProcess>
 #include <QProcessEnvironment>
 #include <QString>
 #include <QStringList>
 #include <QTemporaryDir>
-
-#include <memory>
+#include <QTest>
 
 // The real halcy binary run by an integration test, with its own config, data and runtime directories
 // so that it never meets the user's files or another test's instance.
@@ -26,7 +27,11 @@ public:
     bool start(int timeoutMs = 15000);
     // Runs `halcy ARGS` as a second launch against the same directories; returns its exit code.
     int runClient(const QStringList &arguments, QString *output = nullptr, int timeoutMs = 15000) const;
-    bool waitForExit(int timeoutMs = 10000);
+    bool waitForExit(int timeoutMs = 10000)
+    {
+        return QTest::qWaitFor([&] { return m_process.state() == QProcess::NotRunning; },
+                               scaledTimeout(timeoutMs));
+    }
 
     QProcess &process() { return m_process; }
     qint64 pid() const { return m_process.processId(); }

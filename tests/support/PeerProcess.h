@@ -14,25 +14,23 @@ class PeerProcess final
 {
 public:
     explicit PeerProcess(QString program);
-    ~PeerProcess();
+    ~PeerProcess() { stop(2000); }
 
     // Starts the program and waits for its first line, which must begin with "ready".
     bool start(const QStringList &arguments, int timeoutMs = 10000);
     // The "ready …" line.
     QString readyLine() const { return m_readyLine; }
     std::optional<QString> readLine(int timeoutMs = 5000);
-    void writeLine(const QString &line);
+    void writeLine(const QString &line) { m_process.write(line.toUtf8() + '\n'); }
     // SIGTERM, then waits for the exit; returns the output printed after the last readLine().
     QString stop(int timeoutMs = 5000);
     // Closes its standard input, which peers take as the sign to quit cleanly, and waits for the exit.
     bool finish(int timeoutMs = 5000);
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
     qint64 pid() const { return m_process.processId(); }
-    QString errorOutput();
+    QString errorOutput() { return QString::fromUtf8(m_process.readAllStandardError()); }
 
 private:
-    bool waitForLine(int timeoutMs);
-
     QString m_program;
     QProcess m_process;
     QString m_readyLine;

@@ -4,8 +4,8 @@
 
 #include <QStringList>
 
-// Records every command instead of carrying it out: `calls` lists them by name in order, and the last
-// entry, mode and id handed over are kept.
+// Records every command instead of carrying it out: `calls` lists them by name in order, and the id
+// (of the entry, for copy and paste) and mode last handed over are kept.
 class RecordingCommander final : public AppCommanding
 {
     Q_OBJECT
@@ -13,17 +13,14 @@ public:
     using AppCommanding::AppCommanding;
 
     QStringList calls;
-    ClipboardHistoryEntry lastEntry;
     PasteMode lastMode = PasteMode::formatted;
     QUuid lastID;
-
-    int count(const QString &name) const { return int(calls.count(name)); }
 
     void toggleHub() override { calls << __func__; }
     void toggleMirror() override { calls << __func__; }
     void toggleDesktopCover() override { calls << __func__; }
-    void copyEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e, mode); }
-    void pasteEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e, mode); }
+    void copyEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e.id, mode); }
+    void pasteEntry(const ClipboardHistoryEntry &e, PasteMode mode) override { take(__func__, e.id, mode); }
     void togglePin(const QUuid &id) override { take(__func__, id); }
     void deleteEntry(const QUuid &id) override { take(__func__, id); }
     void clearHistory() override { calls << __func__; }
@@ -38,15 +35,10 @@ public:
     void quit() override { calls << __func__; }
 
 private:
-    void take(const char *name, const QUuid &id)
+    void take(const char *name, const QUuid &id, PasteMode mode = PasteMode::formatted)
     {
         calls << name;
         lastID = id;
-    }
-    void take(const char *name, const ClipboardHistoryEntry &entry, PasteMode mode)
-    {
-        calls << name;
-        lastEntry = entry;
         lastMode = mode;
     }
 };

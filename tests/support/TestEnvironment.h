@@ -3,23 +3,20 @@
 #include <QString>
 #include <QTemporaryDir>
 
-#include <memory>
-
 // Points every XDG location at a private temporary directory, so tests never see the user's files.
 class TestEnvironment final
 {
 public:
     TestEnvironment();
-    ~TestEnvironment();
 
-    QString root() const { return m_dir->path(); }
-    QString configHome() const;
-    QString dataHome() const;
+    QString root() const { return m_dir.path(); }
+    QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
+    QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
 
     // A returning user: the welcome window would stand in front of whatever a test drives, and on a
     // slow machine it can take the keyboard from a window opened after it.
     static void markOnboardingCompleted(const QString &configHome);
 
 private:
-    std::unique_ptr<QTemporaryDir> m_dir;
+    QTemporaryDir m_dir;
 };

@@ -2,6 +2,7 @@
 
 #include "Core/Logging.h"
 #include "Platform/ProcessMemory.h"
+#include "Platform/ThreadPriority.h"
 #include "Platform/X11/X11ClipboardSession.h"
 
 #include <QDeadlineTimer>
@@ -115,6 +116,7 @@ std::optional<X11ClipboardReader::Job> X11ClipboardReader::takeNewestJob(X11Clip
 
 void X11ClipboardReader::run()
 {
+    ThreadPriority::yieldToInteractiveWork();
     X11ClipboardSession session(m_connection, m_screenNumber, m_wakeFd, [this] { return isInterrupted(); });
     while (std::optional<Job> job = takeNewestJob(session)) {
         bool handedOn = false;

@@ -8,54 +8,27 @@
 #include "PeerLines.h"
 
 #include <QApplication>
-#include <QKeyEvent>
 #include <QLineEdit>
-
-namespace {
-
-// Key events on stderr tell a missed keystroke from a failed clipboard transfer.
-struct KeyLogger : QObject
-{
-    bool eventFilter(QObject *, QEvent *event) override
-    {
-        if (event->type() == QEvent::KeyPress || event->type() == QEvent::KeyRelease) {
-            const auto *key = static_cast<QKeyEvent *>(event);
-            std::fprintf(stderr, "%s key=0x%x modifiers=0x%x native=%u\n",
-                         event->type() == QEvent::KeyPress ? "press" : "release", key->key(),
-                         unsigned(key->modifiers()), key->nativeScanCode());
-        }
-        return false;
-    }
-};
-
-} // namespace
 
 int main(int argc, char **argv)
 {
     // WM_CLASS takes its class from the application name, which must be set before any window exists.
     QCoreApplication::setApplicationName(QStringLiteral("HalcyTextFieldPeer"));
-    for (int i = 1; i + 1 < argc; ++i) {
-        if (qstrcmp(argv[i], "--class") == 0)
-            QCoreApplication::setApplicationName(QString::fromUtf8(argv[++i]));
-    }
+    if (argc == 3 && qstrcmp(argv[1], "--class") == 0)
+        QCoreApplication::setApplicationName(QString::fromUtf8(argv[2]));
     QApplication app(argc, argv);
 
     QLineEdit field;
-    KeyLogger keyLogger;
-    field.installEventFilter(&keyLogger);
     field.resize(400, 40);
     field.show();
     field.activateWindow();
     field.setFocus();
-
-    StdinLines input([&](const QByteArray &line) {
-        const QByteArray command = line.trimmed();
-        if (command == "text")
+    readLines([&](const QByteArray &line) {
+        if (line.trimmed() == "text")
             say("text " + field.text().toUtf8());
-        else if (command == "focus")
+        else if (line.trimmed() == "focus")
             say(field.isActiveWindow() && field.hasFocus() ? "focus 1" : "focus 0");
     });
-
     say("ready " + QByteArray::number(static_cast<qulonglong>(field.winId())));
     return app.exec();
 }

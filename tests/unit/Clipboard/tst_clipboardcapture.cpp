@@ -1,67 +1,102 @@
 #include "Clipboard/ClipboardCapture.h"
 #include "SampleContent.h"
 
-#include <QImage>
-
 #include <QTest>
 
 class TestClipboardCapture final : public QObject
 {
     Q_OBJECT
 
+    const QDateTime m_start = QDateTime::currentDateTime();
+
 private slots:
-    void classifiesStrings_data()
+    // What a copied text, file list or image becomes.
+    void captures_data()
     {
-        // The text kept is always the trimmed input.
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("type"); // empty: nothing is captured
-        QTest::addColumn<QString>("title");
-
-        const QString link = QStringLiteral("link"), text = QStringLiteral("text"),
-                      color = QStringLiteral("color"), none;
-        QTest::addRow("https with host is a link titled by host") << "  https://example.com/path?q=1\n"
-                                                                  << link << "example.com";
-        QTest::addRow("link without host is titled by its text") << "http:foo" << link << "http:foo";
-        QTest::addRow("international host") << "https://bücher.de/x" << link << "bücher.de";
-        QTest::addRow("unescaped pipe keeps a link") << "https://example.com/?q=a|b" << link << "example.com";
-        QTest::addRow("ftp is text") << "ftp://example.com/file" << text << "ftp://example.com/file";
-        QTest::addRow("capital H scheme is text") << "Https://example.com" << text << "Https://example.com";
-        QTest::addRow("address followed by prose is text")
-            << "https://example.com is down" << text << "https://example.com is down";
-        QTest::addRow("relative path starting with http is text")
-            << "httpdocs/index.html" << text << "httpdocs/index.html";
-
-        QTest::addRow("six digits with hash is an upper-cased colour") << "#1a2B3c" << color << "#1A2B3C";
-        QTest::addRow("six digits without hash is a colour") << "ff00aa" << color << "FF00AA";
-        QTest::addRow("eight digits is a colour") << "#ff00aa80" << color << "#FF00AA80";
-        QTest::addRow("five digits are text") << "#abcde" << text << "#abcde";
-        QTest::addRow("seven digits are text") << "#abcdef0" << text << "#abcdef0";
-        QTest::addRow("non-hex letter is text") << "#abcdeg" << text << "#abcdeg";
-
-        QTest::addRow("line feed joins the title") << "   alpha\nbeta   " << text << "alpha beta";
-        QTest::addRow("empty is not captured") << QString() << none << QString();
-        QTest::addRow("blanks are not captured") << QStringLiteral("\n\t \r\n\u00A0") << none << QString();
+        QTest::addColumn<std::optional<ClipboardCapture>>("capture");
+        QTest::addColumn<QString>("recorded"); // "type: title"; empty: nothing is captured
+        QTest::addColumn<QString>("preview");
+        QTest::addColumn<QString>("fingerprint"); // empty: not checked
+        QTest::addColumn<std::optional<QString>>("text");
+        const auto add = [](const char *name, const std::optional<ClipboardCapture> &capture,
+                            const char *type, const QString &title, const QString &preview,
+                            const char *fingerprint, const std::optional<QString> &text = {}) {
+            QTest::newRow(name) << capture << (*type ? QString::fromLatin1(type) + ": " + title : QString())
+                                << preview << QString::fromLatin1(fingerprint) << text;
+        };
+        // Title and preview default to the trimmed input.
+        const auto row = [&add](const char *name, const QString &input, const char *type,
+                                const QString &title = {}, const QString &preview = {},
+                                const char *fingerprint = "") {
+            add(name, ClipboardCapture::fromString(input, QStringLiteral("Terminal")), type,
+                title.isNull() ? input.trimmed() : title, preview.isNull() ? input.trimmed() : preview,
+                fingerprint, input);
+        };
+        // Digests computed outside Qt, e.g. printf 'link|https://example.com/path?q=1|||' | sha256sum
+        row("https with host is a link titled by host", "  https://example.com/path?q=1\n", "link",
+            "example.com", {}, "66cb3f012a7fb810150de32c09f4817f5d9f3b903f094e296eb1492418510ce2");
+        row("link without host is titled by its text", "http:foo", "link");
+        row("international host", "https://bücher.de/x", "link", "bücher.de", {},
+            "c156fc3d058b52b5c5c58031e0e135b7074c3675ef7b6794f89822cdca85a424");
+        row("unescaped pipe keeps a link", "https://example.com/?q=a|b", "link", "example.com");
+        row("ftp is text", "ftp://example.com/file", "text");
+        row("capital H scheme is text", "Https://example.com", "text");
+        row("address followed by prose is text", "https://example.com is down", "text");
+        row("relative path starting with http is text", "httpdocs/index.html", "text");
+        row("six digits with hash is an upper-cased colour", "#1a2B3c", "color", "#1A2B3C");
+        row("six digits without hash is a colour", "ff00aa", "color", "FF00AA");
+        row("eight digits is a colour", "#ff00aa80", "color", "#FF00AA80");
+        row("five digits are text", "#abcde", "text");
+        row("seven digits are text", "#abcdef0", "text");
+        row("non-hex letter is text", "#abcdeg", "text");
+        const QString digits = QStringLiteral("0123456789").repeated(20);
+        row("140 characters keep the preview", digits.left(140), "text", digits.left(72) + "...");
+        row("141 characters shorten the preview", digits.left(141), "text", digits.left(72) + "...",
+            digits.left(140) + "...");
+        row("empty is not captured", QString(), "");
+        row("blanks are not captured", QStringLiteral("\n\t \r\n\u00A0"), "");
+        const auto files = [&add](const char *name, const QStringList &urls, const char *title,
+                                  const QString &preview, const char *fingerprint) {
+            add(name, ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal")),
+                *title ? "file" : "", title, preview, fingerprint);
+        };
+        // printf 'file||file:///home/ada/My%%20Notes.txt||' | sha256sum; an image's last part is the digest
+        // of its bytes: printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -c1-64)"
+        files("one file is titled by its name", {"file:///home/ada/My%20Notes.txt"}, "My Notes.txt",
+              "/home/ada/My Notes.txt", "0fde477721a91118e9febf1c3014a89650e5a4457254266c2c1f254dd03b03fe");
+        files("one folder is titled by its name", {"file:///home/ada/Projects/"}, "Projects",
+              "/home/ada/Projects", "afa59e4f809378514fc7848aaf5fb6d2b510192cc884544e42d25be26272e6f2");
+        files("several files are counted, in pasteboard order",
+              {"file:///tmp/b%20c.txt", "file:///tmp/a.txt"}, "2 files", "/tmp/b c.txt\n/tmp/a.txt",
+              "18dcf9c265bb91256d201d35384dd57564405ed3a04c36ac8f3a40488effb13a");
+        files("web addresses among files are dropped", {"https://example.com/a.png", "file:///tmp/a.png"},
+              "a.png", "/tmp/a.png", "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
+        files("no file at all is not captured", {"https://example.com/a.png", "sftp://host/b"}, "", "", "");
+        add("image", ClipboardCapture::fromImage("PNGDATA", 7, QStringLiteral("Terminal")), "image", "Image",
+            "Image copied to clipboard", "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
+        add("a picture that can be read says what it is",
+            ClipboardCapture::fromImage(encodedImage(QImage(64, 48, QImage::Format_RGB32)), 7,
+                                        QStringLiteral("Terminal")),
+            "image", "Image", "64 × 48 PNG", "");
     }
 
-    void classifiesStrings()
+    void captures()
     {
-        QFETCH(QString, input);
-        QFETCH(QString, type);
-        QFETCH(QString, title);
+        QFETCH(std::optional<ClipboardCapture>, capture);
+        QFETCH(QString, recorded);
+        QFETCH(QString, preview);
+        QFETCH(QString, fingerprint);
+        QFETCH(std::optional<QString>, text);
 
-        const QDateTime before = QDateTime::currentDateTime();
-        const auto capture = ClipboardCapture::fromString(input, QStringLiteral("Terminal"));
-        QCOMPARE(capture.has_value(), !type.isEmpty());
+        QCOMPARE(capture ? enumName(capture->type) + ": " + capture->title : QString(), recorded);
         if (!capture)
             return;
-        QCOMPARE(enumName(capture->type), type);
-        QCOMPARE(capture->title, title);
-        QCOMPARE(capture->textContent, std::optional<QString>(input));
-        // Surrounding blanks make no new record.
-        QCOMPARE(capture->fingerprint, ClipboardCapture::fromString(input.trimmed(), QString())->fingerprint);
-        QVERIFY(!capture->preview.contains(QLatin1Char('\n')));
+        QCOMPARE(capture->preview, preview);
+        QCOMPARE(capture->textContent, text);
         QCOMPARE(capture->sourceAppName, QStringLiteral("Terminal"));
-        QVERIFY(capture->timestamp >= before && capture->timestamp <= QDateTime::currentDateTime());
+        if (!fingerprint.isEmpty())
+            QCOMPARE(capture->fingerprint, fingerprint);
+        QVERIFY(capture->timestamp >= m_start && capture->timestamp <= QDateTime::currentDateTime());
     }
 
     void shortensToUserPerceivedCharacters_data()
@@ -93,133 +128,6 @@ private slots:
         QFETCH(int, limit);
         QFETCH(QString, expected);
         QCOMPARE(ClipboardCapture::shortened(input, limit), expected);
-    }
-
-    void titleAndPreviewLimits_data()
-    {
-        QTest::addColumn<int>("length");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("preview");
-
-        const QString text = QStringLiteral("0123456789").repeated(20);
-        QTest::addRow("140 characters keep the preview") << 140 << text.left(72) + "..." << text.left(140);
-        QTest::addRow("141 characters shorten the preview")
-            << 141 << text.left(72) + "..." << text.left(140) + "...";
-    }
-
-    void titleAndPreviewLimits()
-    {
-        QFETCH(int, length);
-        QFETCH(QString, title);
-        QFETCH(QString, preview);
-
-        const QString input = QStringLiteral("0123456789").repeated(20).left(length);
-        const auto capture = ClipboardCapture::fromString(input, QStringLiteral("Editor"));
-        QVERIFY(capture);
-        QCOMPARE(capture->title, title);
-        QCOMPARE(capture->preview, preview);
-        QCOMPARE(capture->textContent, std::optional<QString>(input));
-    }
-
-    void capturesFiles_data()
-    {
-        // An empty title: nothing is captured.
-        QTest::addColumn<QList<QUrl>>("urls");
-        QTest::addColumn<QString>("title");
-        QTest::addColumn<QString>("preview");
-        QTest::addColumn<QStringList>("urlStrings");
-
-        QTest::addRow("one file is titled by its name")
-            << QList<QUrl>{QUrl::fromLocalFile("/home/ada/My Notes.txt")} << "My Notes.txt"
-            << "/home/ada/My Notes.txt" << QStringList{"file:///home/ada/My%20Notes.txt"};
-        QTest::addRow("one folder is titled by its name")
-            << QList<QUrl>{QUrl("file:///home/ada/Projects/")} << "Projects"
-            << "/home/ada/Projects" << QStringList{"file:///home/ada/Projects/"};
-        QTest::addRow("several files are counted, in pasteboard order")
-            << QList<QUrl>{QUrl::fromLocalFile("/tmp/b.png"), QUrl::fromLocalFile("/tmp/a.png"),
-                           QUrl::fromLocalFile("/tmp/c.png")}
-            << "3 files"
-            << "/tmp/b.png\n/tmp/a.png\n/tmp/c.png"
-            << QStringList{"file:///tmp/b.png", "file:///tmp/a.png", "file:///tmp/c.png"};
-        QTest::addRow("web addresses among files are dropped")
-            << QList<QUrl>{QUrl("https://example.com/a.png"), QUrl::fromLocalFile("/tmp/a.png")} << "a.png"
-            << "/tmp/a.png" << QStringList{"file:///tmp/a.png"};
-        QTest::addRow("no file at all is not captured")
-            << QList<QUrl>{QUrl("https://example.com/a.png"), QUrl("sftp://host/b")} << QString() << QString()
-            << QStringList{};
-    }
-
-    void capturesFiles()
-    {
-        QFETCH(QList<QUrl>, urls);
-        QFETCH(QString, title);
-        QFETCH(QString, preview);
-        QFETCH(QStringList, urlStrings);
-
-        const auto capture = ClipboardCapture::fromFileURLs(urls, QStringLiteral("Files"));
-        QCOMPARE(capture.has_value(), !title.isEmpty());
-        if (!capture)
-            return;
-        QCOMPARE(capture->type, ClipboardContentType::file);
-        QCOMPARE(capture->title, title);
-        QCOMPARE(capture->preview, preview);
-        QCOMPARE(capture->fileURLStrings, urlStrings);
-        QCOMPARE(capture->sourceAppName, QStringLiteral("Files"));
-        QVERIFY(!capture->textContent);
-    }
-
-    void capturesImages()
-    {
-        const QByteArray bytes("PNGDATA");
-        const ClipboardCapture capture = ClipboardCapture::fromImage(bytes, 7, QStringLiteral("Viewer"));
-        QCOMPARE(capture.type, ClipboardContentType::image);
-        QCOMPARE(capture.title, QStringLiteral("Image"));
-        QCOMPARE(capture.preview, QStringLiteral("Image copied to clipboard"));
-        QCOMPARE(capture.imageBookmark, std::optional<QString>(QStringLiteral("pasteboard-image-7")));
-        QCOMPARE(capture.imageData, std::optional<QByteArray>(bytes));
-        QCOMPARE(capture.sourceAppName, QStringLiteral("Viewer"));
-        QVERIFY(!capture.textContent);
-        // A picture that can be read says what it is.
-        const QByteArray png = encodedImage(QImage(64, 48, QImage::Format_RGB32), "PNG");
-        QCOMPARE(ClipboardCapture::fromImage(png, 8, QString()).preview, QStringLiteral("64 × 48 PNG"));
-        // printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -d' ' -f1)" | sha256sum
-        QCOMPARE(capture.fingerprint,
-                 QStringLiteral("99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469"));
-    }
-
-    void stringFingerprints_data()
-    {
-        // Digests computed outside Qt: printf 'text|hello|||' | sha256sum
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("fingerprint");
-
-        QTest::addRow("text, trimmed first")
-            << "  hello\n"
-            << QStringLiteral("279cc291f5a65919b59ede327ec803353ecc8d207b758eb90f76571a463419c6");
-        QTest::addRow("link") << "https://example.com"
-                              << QStringLiteral(
-                                     "db4ceac40319eb75de02a87b4a4990a2c276503ac8e858f81ec33908d24491b5");
-        QTest::addRow("non-ASCII text is hashed as UTF-8")
-            << QStringLiteral("Grüße \U0001F44D")
-            << QStringLiteral("656c856fa52e373611edcfa78c5bd952e5ece9f98ed025d84a4dba4999ee5d62");
-    }
-
-    void stringFingerprints()
-    {
-        QFETCH(QString, input);
-        QFETCH(QString, fingerprint);
-        QCOMPARE(ClipboardCapture::fromString(input, QStringLiteral("Editor"))->fingerprint, fingerprint);
-    }
-
-    void fileFingerprintsFollowTheOrder()
-    {
-        const QUrl a = QUrl::fromLocalFile(QStringLiteral("/tmp/a.txt"));
-        const QUrl b = QUrl::fromLocalFile(QStringLiteral("/tmp/b c.txt"));
-        const QString forwards = ClipboardCapture::fromFileURLs({a, b}, QString())->fingerprint;
-        // printf 'file||file:///tmp/a.txt\nfile:///tmp/b%%20c.txt||' | sha256sum
-        QCOMPARE(forwards,
-                 QStringLiteral("f452f35fbdeed769fb68e2796f3e153e8469f0b42a43b4a9075b45993dede735"));
-        QVERIFY(ClipboardCapture::fromFileURLs({b, a}, QString())->fingerprint != forwards);
     }
 };
 

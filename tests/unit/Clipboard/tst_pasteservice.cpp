@@ -4,7 +4,6 @@
 #include "FakePasteboard.h"
 #include "SampleContent.h"
 
-#include <QImage>
 #include <QMimeData>
 #include <QTest>
 
@@ -51,25 +50,23 @@ private slots:
                             PasteMode mode = PasteMode::formatted, const Bytes &imageBytes = {}) {
             QTest::newRow(name) << entry << mode << imageBytes << written;
         };
-        const auto text = ClipboardContentType::text;
-        const auto file = ClipboardContentType::file;
-        const auto image = ClipboardContentType::image;
+        using T = ClipboardContentType;
         const QString padded = QStringLiteral("  \n\tline one\n  line two \n\n");
         const QString unicode = QStringLiteral("naïve — 日本語 🙂");
-        row("plain text trims both ends", entryOf(text, padded), {"text/plain: line one\n  line two"},
+        row("plain text trims both ends", entryOf(T::text, padded), {"text/plain: line one\n  line two"},
             PasteMode::plainText);
-        row("formatted keeps the blanks", entryOf(text, padded), {"text/plain: " + padded});
-        row("unicode survives", entryOf(text, unicode), {"text/plain: " + unicode});
-        row("two files in order", entryOf(file, {}, {"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}),
+        row("formatted keeps the blanks", entryOf(T::text, padded), {"text/plain: " + padded});
+        row("unicode survives", entryOf(T::text, unicode), {"text/plain: " + unicode});
+        row("two files in order", entryOf(T::file, {}, {"file:///home/u/b.txt", "file:///home/u/a%20b.txt"}),
             {"text/uri-list: file:///home/u/b.txt file:///home/u/a%20b.txt",
              "text/plain: /home/u/b.txt\n/home/u/a b.txt"});
         row("malformed URL is skipped",
-            entryOf(file, {}, {"file:///home/u/keep.txt", "file://[broken/x", "http://example.com/x"}),
+            entryOf(T::file, {}, {"file:///home/u/keep.txt", "file://[broken/x", "http://example.com/x"}),
             {"text/uri-list: file:///home/u/keep.txt", "text/plain: /home/u/keep.txt"});
-        row("image without bytes", entryOf(image), {});
-        row("image with undecodable bytes", entryOf(image), {}, PasteMode::formatted, "not a picture");
-        row("no valid file URL left", entryOf(file, {}, {"file://[broken", "https://example.com/"}), {});
-        row("bytes for an entry that is no image", entryOf(file), {}, PasteMode::formatted, encodedImage());
+        row("image without bytes", entryOf(T::image), {});
+        row("image with undecodable bytes", entryOf(T::image), {}, PasteMode::formatted, "not a picture");
+        row("no valid file URL left", entryOf(T::file, {}, {"file://[broken", "https://example.com/"}), {});
+        row("bytes for a non-image entry", entryOf(T::file), {}, PasteMode::formatted, encodedImage());
         row("empty entry", {}, {});
     }
 
@@ -90,7 +87,7 @@ private slots:
         QCOMPARE(actual, QStringList{marker + QStringLiteral(": 1")} + written);
     }
 
-    void writesImages()
+    void writesImagesAndReportsAFailedWrite()
     {
         const QByteArray png = encodedImage();
         QVERIFY(m_service->write(entryOf(ClipboardContentType::image), PasteMode::formatted, png));
@@ -98,10 +95,7 @@ private slots:
         QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
         QCOMPARE(qvariant_cast<QImage>(m_pasteboard->lastWritten()->imageData()).size(),
                  sampleImage().size());
-    }
 
-    void failedWriteIsReported()
-    {
         m_pasteboard->setWriteSucceeds(false);
         QVERIFY(!m_service->write(entryOf(ClipboardContentType::text, "x"), PasteMode::formatted, {}));
     }

@@ -39,23 +39,14 @@ private:
                 m_env->dataHome() + QStringLiteral("/Halcy/history.sqlite"), QString(), updateFeed};
     }
 
-    // The fake goes into `slot`; the test keeps a pointer to it.
-    template <typename Fake, typename Slot> static Fake *install(Slot &slot)
-    {
-        auto fake = std::make_unique<Fake>();
-        Fake *raw = fake.get();
-        slot = std::move(fake);
-        return raw;
-    }
-
     void makeCoordinator(const QUrl &updateFeed = {})
     {
         m_coordinator.reset();
         AppCoordinator::Platform platform;
-        m_pasteboard = install<FakePasteboard>(platform.pasteboard);
-        m_keystrokes = install<FakeKeystrokePoster>(platform.keystrokePoster);
-        m_notifier = install<FakeDesktopNotifier>(platform.notifier);
-        m_hotkeys = install<FakeHotkeyRegistrar>(platform.hotkeyRegistrar);
+        platform.pasteboard.reset(m_pasteboard = new FakePasteboard);
+        platform.keystrokePoster.reset(m_keystrokes = new FakeKeystrokePoster);
+        platform.notifier.reset(m_notifier = new FakeDesktopNotifier);
+        platform.hotkeyRegistrar.reset(m_hotkeys = new FakeHotkeyRegistrar);
         platform.frontmostApplication = std::make_unique<FakeFrontmostApplication>();
         auto camera = std::make_shared<FakeCameraBackend::Shared>();
         camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
@@ -66,27 +57,19 @@ private:
     AppState *state() const { return m_coordinator->appState(); }
 
     // Another application copies and the monitor takes it in.
-    void copyElsewhere(const FakePasteboard::Content &content)
+    void copyElsewhere(const QByteArray &bytes, const QString &type = QStringLiteral("text/plain"))
     {
-        m_pasteboard->copy(content);
+        m_pasteboard->copy({{type, bytes}});
         m_coordinator->clipboardMonitor()->poll();
         m_coordinator->clipboardStore()->finishWrites();
-    }
-    void copyElsewhere(const QString &text)
-    {
-        copyElsewhere({{QStringLiteral("text/plain"), text.toUtf8()}});
     }
 
 private slots:
     void init()
     {
+        m_coordinator.reset(); // before the directories it writes to
         m_env = std::make_unique<TestEnvironment>();
         makeCoordinator();
-    }
-    void cleanup()
-    {
-        m_coordinator.reset();
-        m_env.reset();
     }
 
     void updateFlagLastsUntilTheAnswer()
@@ -135,7 +118,6 @@ private slots:
     void startIsIdempotentAndTheHubShortcutTogglesTheHub()
     {
         m_hotkeys->taken.insert(Qt::Key_M);
-        QCOMPARE(m_hotkeys->grabCalls, 0);
         m_coordinator->start();
         StatusItemController *first = m_coordinator->statusItemController();
         m_coordinator->start();
@@ -185,8 +167,8 @@ private slots:
 
     void copyWritesTheEntryInItsMode()
     {
-        copyElsewhere(QStringLiteral("  padded text \n"));
-        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        copyElsewhere("  padded text \n");
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
         m_coordinator->copyEntry(entry, PasteMode::plainText);
         QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
@@ -194,14 +176,11 @@ private slots:
 
         // An image is written from the bytes the store keeps for it.
         const QByteArray png = encodedImage();
-        copyElsewhere({{QStringLiteral("image/png"), png}});
+        copyElsewhere(png, QStringLiteral("image/png"));
         m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
         QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
 
-        entry.id = QUuid::createUuid();
-        entry.type = ClipboardContentType::image;
-        entry.textContent.reset();
-        m_coordinator->copyEntry(entry, PasteMode::formatted);
+        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
     }
 
@@ -227,12 +206,9 @@ private slots:
         QFETCH(bool, writable);
         QFETCH(QString, message);
 
-        copyElsewhere(QStringLiteral("hello"));
-        ClipboardHistoryEntry entry = state()->clipboardEntries().first();
-        if (!writable) {
-            entry.type = ClipboardContentType::image;
-            entry.textContent.reset();
-        }
+        copyElsewhere("hello");
+        const ClipboardHistoryEntry entry =
+            writable ? state()->clipboardEntries().first() : ClipboardHistoryEntry();
         m_keystrokes->available = available;
         m_keystrokes->postSucceeds = posted;
         m_coordinator->pasteEntry(entry, PasteMode::formatted);
@@ -248,9 +224,8 @@ private slots:
 
     void historyCommandsKeepPinnedEntries()
     {
-        copyElsewhere(QStringLiteral("keep me"));
-        copyElsewhere(QStringLiteral("drop me"));
-        copyElsewhere(QStringLiteral("and me"));
+        for (const char *text : {"keep me", "drop me", "and me"})
+            copyElsewhere(text);
         const ClipboardHistoryEntries copied = state()->clipboardEntries(); // newest first
         m_coordinator->togglePin(copied.at(2).id);
         m_coordinator->deleteEntry(copied.at(0).id);
@@ -260,7 +235,7 @@ private slots:
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Recent history cleared."));
         QCOMPARE(state()->clipboardEntries().size(), 1);
 
-        copyElsewhere(QStringLiteral("new"));
+        copyElsewhere("new");
         m_coordinator->clearHistory();
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("History cleared. Pinned items kept."));
         QCOMPARE(state()->clipboardEntries().size(), 1);
@@ -270,13 +245,13 @@ private slots:
     void pausedOrDisabledCopiesAreNotCapturedAndTheRestIsLoadedAtLaunch()
     {
         state()->setClipboardPaused(true);
-        copyElsewhere(QStringLiteral("while paused"));
+        copyElsewhere("while paused");
         state()->setClipboardPaused(false);
         state()->setClipboardEnabled(false);
-        copyElsewhere(QStringLiteral("while off"));
+        copyElsewhere("while off");
         QVERIFY(state()->clipboardEntries().isEmpty());
         state()->setClipboardEnabled(true);
-        copyElsewhere(QStringLiteral("back on"));
+        copyElsewhere("back on");
 
         // The history is loaded at launch, with nothing selected.
         makeCoordinator();
@@ -302,7 +277,7 @@ private slots:
         QCOMPARE(m_notifier->bodies.size(), 1);
         QVERIFY(m_notifier->bodies.first().contains(history.filePath()));
 
-        copyElsewhere(QStringLiteral("kept in memory"));
+        copyElsewhere("kept in memory");
         QCOMPARE(state()->clipboardEntries().size(), 1);
         m_coordinator.reset();
         QFile file(history.filePath());
