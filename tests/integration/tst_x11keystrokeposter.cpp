@@ -72,9 +72,9 @@ private slots:
         // The window fetches the text from us, so keep serving while asking.
         const auto pasted = [&] {
             QFile file(output);
-            if (terminal.isEmpty())
-                return peerText(field);
-            return file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll()) : QString();
+            return terminal.isEmpty()               ? peerText(field)
+                   : file.open(QIODevice::ReadOnly) ? QString::fromUtf8(file.readAll())
+                                                    : QString();
         };
         QTRY_COMPARE_WITH_TIMEOUT(pasted(), entry.textContent.value(), scaledTimeout(8000));
         window.kill();

@@ -56,13 +56,6 @@ template <typename OnLine> void readLines(OnLine onLine)
     std::exit(2);
 }
 
-void copy(const QString &text)
-{
-    auto mime = new QMimeData;
-    mime->setText(text);
-    QGuiApplication::clipboard()->setMimeData(mime, QClipboard::Clipboard);
-}
-
 int textField(int argc, char **argv)
 {
     // WM_CLASS takes its class from the application name, which must be set before any window exists.
@@ -123,7 +116,7 @@ int clipboardOwner(int argc, char **argv)
             auto timer = new QTimer(&app);
             timer->setTimerType(Qt::PreciseTimer);
             QObject::connect(timer, &QTimer::timeout, &app, [=, next = 0]() mutable {
-                copy(QString::fromUtf8(burst.at(3)) + QString::number(next));
+                clipboard->setText(QString::fromUtf8(burst.at(3)) + QString::number(next));
                 if (++next == burst.at(1).toInt()) {
                     timer->deleteLater();
                     say("burst done");
@@ -131,7 +124,7 @@ int clipboardOwner(int argc, char **argv)
             });
             timer->start(burst.at(2).toInt());
         } else if (readStdin) {
-            copy(QString::fromUtf8(line));
+            clipboard->setText(QString::fromUtf8(line));
             const auto now = std::chrono::steady_clock::now().time_since_epoch();
             say("copied " + QByteArray::number(qint64(std::chrono::nanoseconds(now).count())));
         }
