@@ -94,7 +94,8 @@ private slots:
         row("file list keeps only file URLs and leaves the text unread",
             {"--data", "text/uri-list=%1", "--text", "/tmp/a b.txt"},
             "file:///tmp/a%20b.txt\r\nhttps://example.com/\r\nfile:///tmp/c.txt\r\n", received,
-            {"text/uri-list", "text/plain"}, {}, {"file:///tmp/a%20b.txt", "file:///tmp/c.txt"});
+            {"text/uri-list", "text/x-moz-url", "text/plain"}, {},
+            {"file:///tmp/a%20b.txt", "file:///tmp/c.txt"});
         row("UTF8_STRING with a C string terminator", utf8, QByteArray("na\xc3\xafve \xe2\x9c\x93\0", 12),
             received, plain, "naïve ✓");
         row("Latin-1 STRING", {"--offer", "STRING=%1"}, "caf\xe9", received, plain, "café");
@@ -147,10 +148,7 @@ private slots:
             QCOMPARE(PendingRead(pasteboard).wait().text, QStringLiteral("small after large"));
             return;
         }
-        for (const QString &type : types)
-            QVERIFY2(content.types.contains(type), qPrintable(content.types.join(QLatin1Char(' '))));
-        for (const char *protocol : {"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "UTF8_STRING"})
-            QVERIFY2(!content.types.contains(QLatin1String(protocol)), protocol);
+        QCOMPARE(content.types, types);
         QVERIFY(content.text == (text.isNull() ? std::nullopt : std::optional<QString>(text)));
         QCOMPARE(QUrl::toStringList(content.fileURLs, QUrl::FullyEncoded), fileURLs);
         QVERIFY(content.imagePNG ==
