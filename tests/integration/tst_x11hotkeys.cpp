@@ -159,8 +159,6 @@ private slots:
                                  scaledTimeout(10000));
         spinEventLoop(300); // presses sent before the grab moved may still be on their way
         const qsizetype afterMove = pressed.size();
-        for (const QList<QVariant> &press : std::as_const(pressed))
-            QCOMPARE(press.at(0).value<quint32>(), 1u);
         QVERIFY(pressKeys(QStringLiteral("super+shift+k")));
         spinEventLoop(300);
         QCOMPARE(pressed.size(), afterMove);
