@@ -123,9 +123,7 @@ private slots:
         m_app->appState()->setSearchQuery(QString());
         QVERIFY(pressKeys("alt+2"));
         QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, scaledTimeout(10000));
-        QVERIFY(!hub()->isShown());
         QCOMPARE(xclipOutput(), std::optional<QByteArray>(picked.toUtf8()));
-        QCOMPARE(m_app->appState()->clipboardStatusMessage(), QStringLiteral("Pasted"));
 
         // A click on a row copies it and leaves the hub open; the shortcut closes it, and the window
         // manager gives the keyboard back to the application the user was in.
