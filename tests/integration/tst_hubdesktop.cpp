@@ -138,7 +138,6 @@ private slots:
         QVERIFY(pressKeys("super+shift+v"));
         QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
         QVERIFY(peerHasFocus(field));
-        QCOMPARE(peerText(field), picked);
 
         // A click on the icon opens it again, and a click into the application closes it.
         QVERIFY(clickAt(icon.center()));
