@@ -10,7 +10,6 @@
 #include "UI/HubPopover.h"
 #include "X11TestMain.h"
 
-#include <QDir>
 #include <QMenu>
 #include <QQuickItem>
 #include <QQuickView>
@@ -56,7 +55,6 @@ private slots:
     {
         const QString picked = "Ticket HAL-204: tray menu ✓", newest = "the newest entry";
         const QString history = m_env.dataHome() + "/Halcy/history.sqlite";
-        QVERIFY(QDir().mkpath(m_env.dataHome() + "/Halcy"));
         {
             const auto store = ClipboardStore::open(history, ClipboardStore::defaultHistoryLimit);
             QVERIFY(store && store->insert(textCapture(picked, secondsAgo(180))) &&
