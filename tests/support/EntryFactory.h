@@ -12,8 +12,7 @@ inline ClipboardHistoryEntry makeEntry(const QString &title, const QDateTime &wh
 {
     ClipboardHistoryEntry entry;
     entry.id = QUuid::createUuid();
-    entry.title = title;
-    entry.preview = title;
+    entry.title = entry.preview = title;
     entry.type = type;
     entry.sourceAppName = QStringLiteral("Terminal");
     entry.timestamp = when;

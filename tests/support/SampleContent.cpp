@@ -35,7 +35,5 @@ QString writeFile(const QString &dir, const QString &name, const QByteArray &byt
 {
     const QString path = QDir(dir).filePath(name);
     QFile file(path);
-    if (!file.open(QIODevice::WriteOnly) || file.write(bytes) != bytes.size())
-        return QString();
-    return path;
+    return file.open(QIODevice::WriteOnly) && file.write(bytes) == bytes.size() ? path : QString();
 }

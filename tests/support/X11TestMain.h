@@ -29,10 +29,7 @@
     } while (false)
 
 #define HALCY_REQUIRE_TOOLS(...)                                                                             \
-    do {                                                                                                     \
-        for (const char *tool : std::initializer_list<const char *>{__VA_ARGS__}) {                          \
-            if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())                         \
-                QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)")        \
-                                     .arg(QLatin1String(tool))));                                            \
-        }                                                                                                    \
-    } while (false)
+    for (const char *tool : std::initializer_list<const char *>{__VA_ARGS__})                                \
+        if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())                             \
+            QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)")            \
+                                 .arg(QLatin1String(tool))))

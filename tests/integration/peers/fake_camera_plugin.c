@@ -8,9 +8,8 @@ G_DECLARE_FINAL_TYPE(FakeDevice, fake_device, FAKE, DEVICE, GstDevice)
 struct _FakeDevice { GstDevice parent; };
 G_DEFINE_TYPE(FakeDevice, fake_device, GST_TYPE_DEVICE)
 
-static GstElement *fake_device_create_element(GstDevice *device, const gchar *name)
+static GstElement *fake_device_create_element(GstDevice *device G_GNUC_UNUSED, const gchar *name)
 {
-    (void)device;
     /* A moving ball: every frame differs from the last, as a camera's do. */
     GstElement *source = gst_element_factory_make("videotestsrc", name);
     if (source)
@@ -23,16 +22,15 @@ static void fake_device_class_init(FakeDeviceClass *klass)
     GST_DEVICE_CLASS(klass)->create_element = fake_device_create_element;
 }
 
-static void fake_device_init(FakeDevice *self) { (void)self; }
+static void fake_device_init(FakeDevice *self G_GNUC_UNUSED) {}
 
 #define FAKE_TYPE_PROVIDER (fake_provider_get_type())
 G_DECLARE_FINAL_TYPE(FakeProvider, fake_provider, FAKE, PROVIDER, GstDeviceProvider)
 struct _FakeProvider { GstDeviceProvider parent; };
 G_DEFINE_TYPE(FakeProvider, fake_provider, GST_TYPE_DEVICE_PROVIDER)
 
-static GList *fake_provider_probe(GstDeviceProvider *provider)
+static GList *fake_provider_probe(GstDeviceProvider *provider G_GNUC_UNUSED)
 {
-    (void)provider;
     GstCaps *caps = gst_caps_from_string("video/x-raw, format=(string)YUY2, width=(int)640, height=(int)480, "
                                          "framerate=(fraction)30/1");
     GstStructure *props = gst_structure_new("fake-camera-properties", "device.path", G_TYPE_STRING,
@@ -52,7 +50,7 @@ static void fake_provider_class_init(FakeProviderClass *klass)
                                                   "Halcy developers");
 }
 
-static void fake_provider_init(FakeProvider *self) { (void)self; }
+static void fake_provider_init(FakeProvider *self G_GNUC_UNUSED) {}
 
 static gboolean plugin_init(GstPlugin *plugin)
 {

@@ -19,10 +19,8 @@ int main(int argc, char *argv[])
     bool ok = bool(store);
     for (quint64 number = 1; ok; ++number) {
         const QString title = QStringLiteral("capture %1-%2").arg(app.arguments().value(2)).arg(number);
-        ClipboardCapture capture;
-        if (number % 5) {
-            capture = *ClipboardCapture::fromString(title, QString());
-        } else {
+        ClipboardCapture capture = *ClipboardCapture::fromString(title, QString());
+        if (number % 5 == 0) {
             // Large enough to spill onto overflow pages, so a kill can land in the middle of one record.
             QByteArray bytes(96 * 1024, Qt::Uninitialized);
             random->fillRange(reinterpret_cast<quint32 *>(bytes.data()), bytes.size() / 4);

@@ -7,22 +7,30 @@ class TestClipboardCapture final : public QObject
 {
     Q_OBJECT
 
+    const QDateTime m_start = QDateTime::currentDateTime();
+
 private slots:
-    void classifiesStrings_data()
+    // What a copied text, file list or image becomes.
+    void captures_data()
     {
-        QTest::addColumn<QString>("input");
-        QTest::addColumn<QString>("type"); // empty: nothing is captured
-        QTest::addColumn<QString>("title");
+        QTest::addColumn<std::optional<ClipboardCapture>>("capture");
+        QTest::addColumn<QString>("recorded"); // "type: title"; empty: nothing is captured
         QTest::addColumn<QString>("preview");
         QTest::addColumn<QString>("fingerprint"); // empty: not checked
+        QTest::addColumn<std::optional<QString>>("text");
+        const auto add = [](const char *name, const std::optional<ClipboardCapture> &capture,
+                            const char *type, const QString &title, const QString &preview,
+                            const char *fingerprint, const std::optional<QString> &text = {}) {
+            QTest::newRow(name) << capture << (*type ? QString::fromLatin1(type) + ": " + title : QString())
+                                << preview << QString::fromLatin1(fingerprint) << text;
+        };
         // Title and preview default to the trimmed input.
-        const auto row = [](const char *name, const QString &input, const char *type,
-                            const QString &title = {}, const QString &preview = {},
-                            const char *fingerprint = "") {
-            QTest::newRow(name) << input << QString::fromLatin1(type)
-                                << (title.isNull() ? input.trimmed() : title)
-                                << (preview.isNull() ? input.trimmed() : preview)
-                                << QString::fromLatin1(fingerprint);
+        const auto row = [&add](const char *name, const QString &input, const char *type,
+                                const QString &title = {}, const QString &preview = {},
+                                const char *fingerprint = "") {
+            add(name, ClipboardCapture::fromString(input, QStringLiteral("Terminal")), type,
+                title.isNull() ? input.trimmed() : title, preview.isNull() ? input.trimmed() : preview,
+                fingerprint, input);
         };
         // Digests computed outside Qt, e.g. printf 'link|https://example.com/path?q=1|||' | sha256sum
         row("https with host is a link titled by host", "  https://example.com/path?q=1\n", "link",
@@ -41,37 +49,54 @@ private slots:
         row("five digits are text", "#abcde", "text");
         row("seven digits are text", "#abcdef0", "text");
         row("non-hex letter is text", "#abcdeg", "text");
-        row("line feed joins title and preview", "   alpha\nbeta   ", "text", "alpha beta", "alpha beta",
-            "a5e1b34037fcc997ab7c567ca71a88d8a16725a812ca3af5575fa5d32c4b8aa6");
         const QString digits = QStringLiteral("0123456789").repeated(20);
         row("140 characters keep the preview", digits.left(140), "text", digits.left(72) + "...");
         row("141 characters shorten the preview", digits.left(141), "text", digits.left(72) + "...",
             digits.left(140) + "...");
         row("empty is not captured", QString(), "");
         row("blanks are not captured", QStringLiteral("\n\t \r\n\u00A0"), "");
+        const auto files = [&add](const char *name, const QStringList &urls, const char *title,
+                                  const QString &preview, const char *fingerprint) {
+            add(name, ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal")),
+                *title ? "file" : "", title, preview, fingerprint);
+        };
+        // printf 'file||file:///home/ada/My%%20Notes.txt||' | sha256sum; an image's last part is the digest
+        // of its bytes: printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -c1-64)"
+        files("one file is titled by its name", {"file:///home/ada/My%20Notes.txt"}, "My Notes.txt",
+              "/home/ada/My Notes.txt", "0fde477721a91118e9febf1c3014a89650e5a4457254266c2c1f254dd03b03fe");
+        files("one folder is titled by its name", {"file:///home/ada/Projects/"}, "Projects",
+              "/home/ada/Projects", "afa59e4f809378514fc7848aaf5fb6d2b510192cc884544e42d25be26272e6f2");
+        files("several files are counted, in pasteboard order",
+              {"file:///tmp/b%20c.txt", "file:///tmp/a.txt"}, "2 files", "/tmp/b c.txt\n/tmp/a.txt",
+              "18dcf9c265bb91256d201d35384dd57564405ed3a04c36ac8f3a40488effb13a");
+        files("web addresses among files are dropped", {"https://example.com/a.png", "file:///tmp/a.png"},
+              "a.png", "/tmp/a.png", "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
+        files("no file at all is not captured", {"https://example.com/a.png", "sftp://host/b"}, "", "", "");
+        add("image", ClipboardCapture::fromImage("PNGDATA", 7, QStringLiteral("Terminal")), "image", "Image",
+            "Image copied to clipboard", "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
+        add("a picture that can be read says what it is",
+            ClipboardCapture::fromImage(encodedImage(QImage(64, 48, QImage::Format_RGB32)), 7,
+                                        QStringLiteral("Terminal")),
+            "image", "Image", "64 × 48 PNG", "");
     }
 
-    void classifiesStrings()
+    void captures()
     {
-        QFETCH(QString, input);
-        QFETCH(QString, type);
-        QFETCH(QString, title);
+        QFETCH(std::optional<ClipboardCapture>, capture);
+        QFETCH(QString, recorded);
         QFETCH(QString, preview);
         QFETCH(QString, fingerprint);
+        QFETCH(std::optional<QString>, text);
 
-        const QDateTime before = QDateTime::currentDateTime();
-        const auto capture = ClipboardCapture::fromString(input, QStringLiteral("Terminal"));
-        QCOMPARE(capture.has_value(), !type.isEmpty());
+        QCOMPARE(capture ? enumName(capture->type) + ": " + capture->title : QString(), recorded);
         if (!capture)
             return;
-        QCOMPARE(enumName(capture->type), type);
-        QCOMPARE(capture->title, title);
         QCOMPARE(capture->preview, preview);
-        QCOMPARE(capture->textContent, std::optional<QString>(input));
+        QCOMPARE(capture->textContent, text);
         QCOMPARE(capture->sourceAppName, QStringLiteral("Terminal"));
         if (!fingerprint.isEmpty())
             QCOMPARE(capture->fingerprint, fingerprint);
-        QVERIFY(capture->timestamp >= before && capture->timestamp <= QDateTime::currentDateTime());
+        QVERIFY(capture->timestamp >= m_start && capture->timestamp <= QDateTime::currentDateTime());
     }
 
     void shortensToUserPerceivedCharacters_data()
@@ -103,61 +128,6 @@ private slots:
         QFETCH(int, limit);
         QFETCH(QString, expected);
         QCOMPARE(ClipboardCapture::shortened(input, limit), expected);
-    }
-
-    void capturesFilesAndImages_data()
-    {
-        QTest::addColumn<std::optional<ClipboardCapture>>("capture");
-        QTest::addColumn<QString>("title"); // empty: nothing is captured
-        QTest::addColumn<QString>("preview");
-        QTest::addColumn<QString>("fingerprint"); // empty: not checked
-        const auto row = [](const char *name, const std::optional<ClipboardCapture> &capture,
-                            const char *title, const char *preview, const char *fingerprint) {
-            QTest::newRow(name) << capture << QString::fromUtf8(title) << QString::fromUtf8(preview)
-                                << QString::fromLatin1(fingerprint);
-        };
-        const auto files = [](const QStringList &urls) {
-            return ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Files"));
-        };
-        const auto image = [](const QByteArray &bytes) {
-            return std::optional(ClipboardCapture::fromImage(bytes, 7, QStringLiteral("Files")));
-        };
-        // printf 'file||file:///home/ada/My%%20Notes.txt||' | sha256sum; an image's last part is the digest
-        // of its bytes: printf 'image|||pasteboard-image-7|%s' "$(printf PNGDATA | sha256sum | cut -c1-64)"
-        row("one file is titled by its name", files({"file:///home/ada/My%20Notes.txt"}), "My Notes.txt",
-            "/home/ada/My Notes.txt", "0fde477721a91118e9febf1c3014a89650e5a4457254266c2c1f254dd03b03fe");
-        row("one folder is titled by its name", files({"file:///home/ada/Projects/"}), "Projects",
-            "/home/ada/Projects", "afa59e4f809378514fc7848aaf5fb6d2b510192cc884544e42d25be26272e6f2");
-        row("several files are counted, in pasteboard order",
-            files({"file:///tmp/b%20c.txt", "file:///tmp/a.txt"}), "2 files", "/tmp/b c.txt\n/tmp/a.txt",
-            "18dcf9c265bb91256d201d35384dd57564405ed3a04c36ac8f3a40488effb13a");
-        row("web addresses among files are dropped",
-            files({"https://example.com/a.png", "file:///tmp/a.png"}), "a.png", "/tmp/a.png",
-            "f4e035bd80b30abe7082700123be9da13536d4d4563e7396a7169c0bda408ab8");
-        row("no file at all is not captured", files({"https://example.com/a.png", "sftp://host/b"}), "", "",
-            "");
-        row("image", image("PNGDATA"), "Image", "Image copied to clipboard",
-            "99889f8b82fced72a40f72dc72a8881b0c3ab6ea3db8ac54a6fb88cf78f0d469");
-        row("a picture that can be read says what it is",
-            image(encodedImage(QImage(64, 48, QImage::Format_RGB32))), "Image", "64 × 48 PNG", "");
-    }
-
-    void capturesFilesAndImages()
-    {
-        QFETCH(std::optional<ClipboardCapture>, capture);
-        QFETCH(QString, title);
-        QFETCH(QString, preview);
-        QFETCH(QString, fingerprint);
-
-        QCOMPARE(capture.has_value(), !title.isEmpty());
-        if (!capture)
-            return;
-        QCOMPARE(capture->title, title);
-        QCOMPARE(capture->preview, preview);
-        QCOMPARE(capture->sourceAppName, QStringLiteral("Files"));
-        QVERIFY(!capture->textContent);
-        if (!fingerprint.isEmpty())
-            QCOMPARE(capture->fingerprint, fingerprint);
     }
 };
 

@@ -6,11 +6,10 @@
 namespace {
 
 ClipboardHistoryEntry entry(const QString &title, const QString &preview = QString(),
-                            const QString &source = QStringLiteral("Editor"),
-                            ClipboardContentType type = ClipboardContentType::text, int minutesAgo = 0)
+                            ClipboardContentType type = ClipboardContentType::text,
+                            const QString &source = QStringLiteral("Editor"))
 {
-    ClipboardHistoryEntry entry =
-        makeEntry(title, QDateTime(QDate(2026, 3, 7), QTime(12, 0)).addSecs(-60 * minutesAgo), false, type);
+    ClipboardHistoryEntry entry = makeEntry(title, QDateTime::currentDateTime(), false, type);
     entry.preview = preview.isNull() ? title : preview;
     entry.sourceAppName = source;
     return entry;
@@ -28,26 +27,23 @@ private slots:
         QTest::addColumn<QString>("input");
         QTest::addColumn<QString>("expected");
 
-        QTest::addRow("case and blanks at both ends")
-            << " \t\nHello World\n " << QStringLiteral("hello world");
-        QTest::addRow("inner blanks kept") << " a  b " << QStringLiteral("a  b");
-        QTest::addRow("precomposed accents") << QStringLiteral("Crème Brûlée") << "creme brulee";
-        QTest::addRow("combining accents") << QStringLiteral("Cre\u0300me") << "creme";
-        QTest::addRow("dotted capital I") << QStringLiteral("\u0130stanbul") << "istanbul";
-        QTest::addRow("sharp s") << QStringLiteral("Straße") << "strasse";
-        QTest::addRow("ligature") << QStringLiteral("\uFB01le") << "file";
-        QTest::addRow("no-break spaces at the ends") << QStringLiteral("\u00A0Zoë\u00A0") << "zoe";
-        QTest::addRow("hangul stays whole") << QStringLiteral("한국") << QStringLiteral("한국");
-        QTest::addRow("conjoining jamo compose")
-            << QStringLiteral("\u1112\u1161\u11AB") << QStringLiteral("한");
-        QTest::addRow("typographic punctuation")
-            << QStringLiteral("Wait\u2026 \u201CQuote\u201D") << QStringLiteral("wait... \u201Cquote\u201D");
-        QTest::addRow("variation selector dropped")
-            << QStringLiteral("\u2764\uFE0F Thanks") << QStringLiteral("\u2764 thanks");
-        QTest::addRow("accent on an emoji's neighbour")
-            << QStringLiteral("\U0001F600 Ne\u0301") << QStringLiteral("\U0001F600 ne");
-        QTest::addRow("astral letters with case")
-            << QStringLiteral("\U00010400") << QStringLiteral("\U00010428");
+        const auto row = [](const char *name, const QString &input, const QString &expected) {
+            QTest::newRow(name) << input << expected;
+        };
+        row("case and blanks at both ends", " \t\nHello World\n ", "hello world");
+        row("inner blanks kept", " a  b ", "a  b");
+        row("precomposed accents", "Crème Brûlée", "creme brulee");
+        row("combining accents", "Cre\u0300me", "creme");
+        row("dotted capital I", "\u0130stanbul", "istanbul");
+        row("sharp s", "Straße", "strasse");
+        row("ligature", "\uFB01le", "file");
+        row("no-break spaces at the ends", "\u00A0Zoë\u00A0", "zoe");
+        row("hangul stays whole", "한국", "한국");
+        row("conjoining jamo compose", "\u1112\u1161\u11AB", "한");
+        row("typographic punctuation", "Wait\u2026 \u201CQuote\u201D", "wait... \u201Cquote\u201D");
+        row("variation selector dropped", "\u2764\uFE0F Thanks", "\u2764 thanks");
+        row("accent on an emoji's neighbour", "\U0001F600 Ne\u0301", "\U0001F600 ne");
+        row("astral letters with case", "\U00010400", "\U00010428");
     }
 
     void normalizes()
@@ -65,16 +61,16 @@ private slots:
 
         QTest::addRow("title equals") << entry("Meeting notes") << "meeting notes" << 100;
         QTest::addRow("title equals but for case and accents")
-            << entry(QStringLiteral("Résumé Draft")) << "resume draft" << 100;
+            << entry("Résumé Draft") << "resume draft" << 100;
         QTest::addRow("title begins with") << entry("Meeting notes") << "meet" << 90;
         QTest::addRow("title contains") << entry("Meeting notes") << "notes" << 75;
         QTest::addRow("preview contains") << entry("Meeting", "Meeting with Zoë at noon") << "zoe" << 55;
-        QTest::addRow("source contains") << entry("alpha", "beta", "Firefox") << "fox" << 35;
-        QTest::addRow("type name contains")
-            << entry("alpha", "beta", "Editor", ClipboardContentType::color) << "colo" << 25;
+        QTest::addRow("source contains")
+            << entry("alpha", "beta", ClipboardContentType::text, "Firefox") << "fox" << 35;
+        QTest::addRow("type name contains") << entry("a", "b", ClipboardContentType::color) << "colo" << 25;
         QTest::addRow("fuzzy across title and preview") << entry("ab", "cd") << "b c" << 2 + 7 + 8;
         QTest::addRow("fuzzy reaches the type name")
-            << entry("xq", "yq", "zq", ClipboardContentType::link) << "xlk" << 7 + 2 + 2;
+            << entry("xq", "yq", ClipboardContentType::link, "zq") << "xlk" << 7 + 2 + 2;
     }
 
     void scoresByFirstMatchingRule()
@@ -92,21 +88,15 @@ private slots:
         QTest::addColumn<QString>("haystack");
         QTest::addColumn<std::optional<int>>("score");
 
-        QTest::addRow("adjacent run at the start")
-            << "abc" << QStringLiteral("abcdef") << std::optional(7 + 8 + 9);
-        QTest::addRow("first character not at the start")
-            << "bc" << QStringLiteral("abc") << std::optional(2 + 7);
-        QTest::addRow("run resets after a gap")
-            << "abcd" << QStringLiteral("abxcd") << std::optional(7 + 8 + 2 + 7);
-        QTest::addRow("another order does not match")
-            << "cba" << QStringLiteral("abc") << std::optional<int>();
-        QTest::addRow("repeated characters need repeated matches")
-            << "aa" << QStringLiteral("a") << std::optional<int>();
-        QTest::addRow("astral characters count once")
-            << QStringLiteral("\U0001F600\U0001F601") << QStringLiteral("\U0001F600\U0001F601")
-            << std::optional(7 + 8);
-        QTest::addRow("astral characters sharing a high surrogate differ")
-            << QStringLiteral("\U0001F601") << QStringLiteral("\U0001F600") << std::optional<int>();
+        const auto row = [](const char *name, const QString &query, const QString &haystack,
+                            std::optional<int> score) { QTest::newRow(name) << query << haystack << score; };
+        row("adjacent run at the start", "abc", "abcdef", 7 + 8 + 9);
+        row("first character not at the start", "bc", "abc", 2 + 7);
+        row("run resets after a gap", "abcd", "abxcd", 7 + 8 + 2 + 7);
+        row("another order does not match", "cba", "abc", {});
+        row("repeated characters need repeated matches", "aa", "a", {});
+        row("astral characters count once", "\U0001F600\U0001F601", "\U0001F600\U0001F601", 7 + 8);
+        row("astral characters sharing a high surrogate differ", "\U0001F601", "\U0001F600", {});
     }
 
     void fuzzyScores()
@@ -141,8 +131,7 @@ private slots:
         // Scores 75, 100, 55 (by its preview), 75, 100 and none.
         ClipboardHistoryEntries newestFirst;
         for (const char *title : {"my report", "report", "draft", "your report", "Report", "unrelated"})
-            newestFirst << entry(title, "", "Editor", ClipboardContentType::text,
-                                 int(newestFirst.size()) + 1);
+            newestFirst << makeEntry(title, secondsAgo(60 * int(newestFirst.size() + 1)));
         newestFirst[2].preview = QStringLiteral("report");
         ClipboardHistoryEntries entries;
         for (const int index : inputOrder)

@@ -17,8 +17,7 @@ namespace {
 // One statement on a plain SQLite connection beside the store: the first column of its rows, or the error.
 QStringList sql(const QString &path, const QString &statement)
 {
-    static int counter = 0;
-    const QString name = QString::number(++counter);
+    const QString name = QUuid::createUuid().toString();
     QStringList rows;
     {
         QSqlDatabase database = QSqlDatabase::addDatabase(QStringLiteral("QSQLITE"), name);
@@ -65,11 +64,10 @@ class TestClipboardStore final : public QObject
     Q_OBJECT
 
     TestEnvironment m_environment;
-    int m_caseCounter = 0;
 
     QString freshPath()
     {
-        return m_environment.root() + QStringLiteral("/case-%1/history.sqlite").arg(++m_caseCounter);
+        return m_environment.root() + u'/' + QUuid::createUuid().toString(QUuid::Id128) + "/history.sqlite";
     }
 
 private slots:
@@ -88,8 +86,7 @@ private slots:
 
         // A history left readable by others is made private on the next start.
         store.reset();
-        QVERIFY(QFile::setPermissions(path, QFileDevice::ReadOwner | QFileDevice::WriteOwner |
-                                                QFileDevice::ReadGroup | QFileDevice::ReadOther));
+        QCOMPARE(::chmod(QFile::encodeName(path).constData(), 0644), 0);
         QVERIFY(ClipboardStore::open(path, 200));
         QCOMPARE(modeOf(path), mode_t(0600));
     }
@@ -105,9 +102,8 @@ private slots:
         ClipboardCapture files = text;
         files.type = ClipboardContentType::file;
         files.textContent.reset();
-        files.fileURLStrings = {QStringLiteral("file:///tmp/a\nb.txt"),
-                                QStringLiteral("file:///tmp/\"q\" \\ [x], y.txt"),
-                                QStringLiteral("file:///tmp/ünï code.txt"), QString()};
+        files.fileURLStrings = {"file:///tmp/a\nb.txt", "file:///tmp/\"q\" \\ [x], y.txt",
+                                "file:///tmp/ünï code.txt", QString()};
         QTest::addRow("files whose names hold line breaks, quotes and commas") << files;
 
         ClipboardCapture image = text;
@@ -119,7 +115,6 @@ private slots:
         QTest::addRow("image") << image;
 
         ClipboardCapture colour = textCapture(QStringLiteral("#a1b2c3"), when);
-        colour.type = ClipboardContentType::color;
         colour.sourceAppName = colour.preview = QString();
         QTest::addRow("colour without source name or preview") << colour;
     }
@@ -141,43 +136,21 @@ private slots:
             QStringList{"id"});
 
         const auto store = ClipboardStore::open(path, 200);
-        const ClipboardHistoryEntries entries = store->entries();
-        QCOMPARE(entries.size(), 1);
-        const std::optional<ClipboardRecord> record = store->record(entries.first().id);
+        ClipboardHistoryEntry entry = store->entries().value(0);
+        const std::optional<ClipboardRecord> record = store->record(entry.id);
         QVERIFY(record);
         QCOMPARE(fieldsOf(*record), fieldsOf(capture));
         QCOMPARE(record->typeRawValue, enumName(capture.type));
-        QCOMPARE(entries.first(), record->toEntry());
+        QCOMPARE(entry, record->toEntry());
         QCOMPARE(store->imageData(record->id), capture.imageData);
 
         // Copied again in this later session: the record is refreshed in place and keeps its pin.
         ClipboardCapture again = capture;
-        again.timestamp = capture.timestamp.addSecs(60);
-        again.sourceAppName = QStringLiteral("Files");
-        ClipboardHistoryEntry refreshed = entries.first();
-        refreshed.timestamp = again.timestamp;
-        refreshed.sourceAppName = again.sourceAppName;
-        for (const bool pinned : {false, true}) {
-            refreshed.isPinned = pinned;
-            QVERIFY(pinned ? store->togglePin(refreshed.id) && store->insert(again) : store->insert(again));
-            QCOMPARE(store->entries(), ClipboardHistoryEntries{refreshed});
-        }
-    }
-
-    // Beyond the limit the oldest unpinned records go and pinned ones stay, however old; of records
-    // with equal times the later write counts as the newer.
-    void trimKeepsTheNewestUnpinnedAndEveryPinned()
-    {
-        const auto store = ClipboardStore::openInMemory(2);
-        const auto other = ClipboardStore::openInMemory(2);
-        QVERIFY(store && other && !store->isPersistent());
-        const QDateTime now = QDateTime::currentDateTime();
-        QVERIFY(store->insert(textCapture(QStringLiteral("pinned"), now.addDays(-1))));
-        QVERIFY(store->togglePin(store->entries().first().id));
-        for (const char *text : {"a", "b", "a", "c"})
-            QVERIFY(store->insert(textCapture(QLatin1String(text), now)));
-        QCOMPARE(titlesOf(store->entries()), (QStringList{"c", "a", "pinned"}));
-        QVERIFY(other->entries().isEmpty());
+        entry.timestamp = again.timestamp = capture.timestamp.addSecs(60);
+        entry.sourceAppName = again.sourceAppName = QStringLiteral("Files");
+        entry.isPinned = true;
+        QVERIFY(store->togglePin(entry.id) && store->insert(again));
+        QCOMPARE(store->entries(), ClipboardHistoryEntries{entry});
     }
 
     void deleting_data()
@@ -187,16 +160,15 @@ private slots:
         QTest::addColumn<qint64>("subjectAgeMs");
         QTest::addColumn<QStringList>("remaining");
 
-        QTest::addRow("clear keeps pinned") << "clear" << qint64(60'000) << QStringList{"keep"};
-        QTest::addRow("clear with pinned removes everything")
-            << "clear pinned" << qint64(60'000) << QStringList{};
-        QTest::addRow("since: exactly 30 minutes old is deleted")
-            << "since" << qint64(1'800'000) << QStringList{"keep", "older"};
-        QTest::addRow("since: 30 minutes and 1 second old stays")
-            << "since" << qint64(1'801'000) << QStringList{"keep", "subject", "older"};
-        QTest::addRow("since: a minute old goes, and pinned too when pinned are included")
-            << "since pinned" << qint64(60'000) << QStringList{"older"};
-        QTest::addRow("one entry") << "one" << qint64(60'000) << QStringList{"keep", "older"};
+        const auto row = [](const char *name, const char *how, qint64 ageMs, const QStringList &remaining) {
+            QTest::newRow(name) << QString::fromLatin1(how) << ageMs << remaining;
+        };
+        row("clear keeps pinned", "clear", 60'000, {"keep"});
+        row("clear with pinned removes everything", "clear pinned", 60'000, {});
+        row("since: exactly 30 minutes old is deleted", "since", 1'800'000, {"keep", "older"});
+        row("since: 30 minutes and 1 second old stays", "since", 1'801'000, {"keep", "subject", "older"});
+        row("since: a minute old goes, and pinned too when included", "since pinned", 60'000, {"older"});
+        row("one entry", "one", 60'000, {"keep", "older"});
     }
 
     void deleting()
@@ -228,11 +200,31 @@ private slots:
         }
     }
 
-    // An unknown id fails and changes nothing; looking it up finds nothing, without an error.
-    void unknownIdChangesNothing()
+    // Beyond the limit the oldest unpinned records go and pinned ones stay, however old; of records
+    // with equal times the later write counts as the newer. A long text does not stay in memory with its
+    // entry; pasting reads it back whole. An unknown id fails and changes nothing; looking it up finds
+    // nothing, without an error.
+    void trimLongTextsAndUnknownIds()
     {
-        const auto store = ClipboardStore::openInMemory(200);
-        QVERIFY(store->insert(textCapture(QStringLiteral("one"))));
+        const auto store = ClipboardStore::openInMemory(2);
+        const auto other = ClipboardStore::openInMemory(2);
+        QVERIFY(store && other && !store->isPersistent());
+        const QDateTime now = QDateTime::currentDateTime();
+        QVERIFY(store->insert(textCapture(QStringLiteral("pinned"), now.addDays(-1))));
+        QVERIFY(store->togglePin(store->entries().first().id));
+        for (const char *text : {"a", "b", "a", "c"})
+            QVERIFY(store->insert(textCapture(QLatin1String(text), now)));
+        QCOMPARE(titlesOf(store->entries()), (QStringList{"c", "a", "pinned"}));
+        QVERIFY(other->entries().isEmpty());
+
+        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
+        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
+        QVERIFY(store->insert(textCapture(text)));
+        for (const ClipboardHistoryEntry &entry :
+             {inserted.value(0).value(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
+            QVERIFY(entry.textLeftInStore && !entry.textContent);
+            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
+        }
         const QUuid one = store->entries().first().id, unknown = QUuid::createUuid();
         QVERIFY(store->togglePin(one) && store->togglePin(one));
         QString pinError, deleteError, readError;
@@ -240,21 +232,24 @@ private slots:
         QVERIFY(pinError.contains("no clipboard item") && deleteError.contains("no clipboard item"));
         QVERIFY(!store->record(unknown, &readError) && !store->imageData(unknown, &readError));
         QVERIFY(readError.isEmpty() && !store->entries().first().isPinned);
-        QCOMPARE(store->entries().size(), 1);
+        QCOMPARE(store->entries().size(), 3);
     }
 
     void unsuitableLocationIsRefusedAndLeftAlone_data()
     {
         QTest::addColumn<QString>("kind");          // those naming a history start from a real one
         QTest::addColumn<QString>("expectedError"); // empty: the location is taken for the history
-        const auto row = [](const char *kind, const char *expectedError) {
-            QTest::newRow(kind) << QString::fromLatin1(kind) << QString::fromLatin1(expectedError);
+        QTest::addColumn<QString>("statement");     // run on the history first
+        const auto row = [](const char *kind, const char *expectedError, const char *statement = "") {
+            QTest::newRow(kind) << QString::fromLatin1(kind) << QString::fromLatin1(expectedError)
+                                << QString::fromLatin1(statement);
         };
-        row("history from a newer version", "newer version of Halcy (schema 2.0.0)");
+        row("history from a newer version", "newer version of Halcy (schema 2.0.0)",
+            "UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'");
         row("text file", "not a Halcy clipboard history");
-        row("history without its metadata", "not a Halcy clipboard history");
+        row("history without its metadata", "not a Halcy clipboard history", "DROP TABLE metadata");
         row("SQLite header followed by garbage", "cannot be read");
-        row("history with its table gone", "damaged");
+        row("history with its table gone", "damaged", "DROP TABLE ClipboardRecord");
         row("history with damaged pages behind a valid header", "damaged");
         row("folder path runs through a file", "cannot be created");
         row("path is a folder", "is not a file");
@@ -268,6 +263,7 @@ private slots:
     {
         QFETCH(QString, kind);
         QFETCH(QString, expectedError);
+        QFETCH(QString, statement);
         const QString folder = QFileInfo(freshPath()).absolutePath();
         const QString historyPath = folder + QStringLiteral("/history.sqlite");
         QString path = historyPath;
@@ -279,12 +275,6 @@ private slots:
             for (int i = 0; i < 40; ++i)
                 QVERIFY(store->insert(textCapture(QString::number(i).repeated(200))));
         }
-        const QString statement = QHash<QString, QString>{
-            {"history from a newer version",
-             "UPDATE metadata SET value = '2.0.0' WHERE key = 'schemaVersion'"},
-            {"history with its table gone", "DROP TABLE ClipboardRecord"},
-            {"history without its metadata",
-             "DROP TABLE metadata"}}.value(kind);
         QFile file(path);
         if (!statement.isEmpty()) {
             QCOMPARE(sql(path, statement), QStringList{});
@@ -318,8 +308,7 @@ private slots:
         QFile::setPermissions(folder,
                               QFileDevice::ReadOwner | QFileDevice::WriteOwner | QFileDevice::ExeOwner);
         QCOMPARE(bool(store), expectedError.isEmpty());
-        QVERIFY2(store ? store->insert(textCapture(QStringLiteral("x"))) : error.contains(expectedError),
-                 qPrintable(error));
+        QVERIFY(store ? store->insert(textCapture(QStringLiteral("x"))) : error.contains(expectedError));
         if (!store)
             QCOMPARE(snapshot(historyPath), before);
     }
@@ -346,20 +335,6 @@ private slots:
         store.reset();
         QCOMPARE(titlesOf(ClipboardStore::open(path, 200)->entries()),
                  (QStringList{"while closing", "second", "first", "pinned later"}));
-    }
-
-    // A long text does not stay in memory with its entry; pasting reads it back whole.
-    void longTextsAreReadBackWhenNeeded()
-    {
-        const auto store = ClipboardStore::openInMemory(200);
-        const QString text = QStringLiteral("x").repeated(ClipboardHistoryEntry::inlineTextLength + 1);
-        QSignalSpy inserted(store.get(), &ClipboardStore::entryInserted);
-        QVERIFY(store->insert(textCapture(text)));
-        for (const ClipboardHistoryEntry &entry :
-             {inserted.value(0).value(0).value<ClipboardHistoryEntry>(), store->entries().value(0)}) {
-            QVERIFY(entry.textLeftInStore && !entry.textContent);
-            QCOMPARE(store->withFullText(entry).textContent, std::optional<QString>(text));
-        }
     }
 
     // A writer killed at random moments never leaves a damaged file, and every capture it reported as

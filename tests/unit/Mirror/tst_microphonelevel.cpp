@@ -13,7 +13,18 @@ class tst_MicrophoneLevel : public QObject
 {
     Q_OBJECT
 
+    QTemporaryDir m_runtime;
+
 private Q_SLOTS:
+    // No sound server for this process, before Qt Multimedia first looks for one: the test session's
+    // PulseAudio is reached through these.
+    void initTestCase()
+    {
+        qputenv("XDG_RUNTIME_DIR", m_runtime.path().toLocal8Bit());
+        qunsetenv("PULSE_SERVER");
+        qputenv("PULSE_CLIENTCONFIG", "/dev/null");
+    }
+
     void levelFromChannelPowers_data()
     {
         QTest::addColumn<QList<float>>("powers");
@@ -52,17 +63,13 @@ private Q_SLOTS:
         format.setChannelCount(2);
         format.setSampleFormat(QAudioFormat::SampleFormat(sampleFormat));
         QByteArray data;
-        for (int i = 0; i < 4410; ++i) {
-            const double sine = 0.5 * std::sin(2 * M_PI * 441 * i / 44100.0);
-            for (const double value : {sine, 0.0}) {
-                if (format.sampleFormat() == QAudioFormat::Float) {
-                    const float f = float(value);
-                    data.append(reinterpret_cast<const char *>(&f), sizeof f);
-                } else {
-                    const qint16 s = qint16(std::lround(value * 32767));
-                    data.append(reinterpret_cast<const char *>(&s), sizeof s);
-                }
-            }
+        for (int i = 0; i < 2 * 4410; ++i) {
+            const double value = i % 2 ? 0.0 : 0.5 * std::sin(2 * M_PI * 441 * (i / 2) / 44100.0);
+            const float f = float(value);
+            const auto s = qint16(std::lround(value * 32767));
+            format.sampleFormat() == QAudioFormat::Float
+                ? data.append(reinterpret_cast<const char *>(&f), sizeof f)
+                : data.append(reinterpret_cast<const char *>(&s), sizeof s);
         }
         const QList<float> powers = MicrophoneCapture::channelPowers(data.constData(), data.size(), format);
         QCOMPARE(powers.size(), 2);
@@ -83,16 +90,5 @@ private Q_SLOTS:
     }
 };
 
-int main(int argc, char **argv)
-{
-    // No sound server for this process: the test session's PulseAudio is reached through these.
-    QTemporaryDir runtime;
-    qputenv("XDG_RUNTIME_DIR", runtime.path().toLocal8Bit());
-    qunsetenv("PULSE_SERVER");
-    qputenv("PULSE_CLIENTCONFIG", "/dev/null");
-    QGuiApplication app(argc, argv);
-    tst_MicrophoneLevel test;
-    return QTest::qExec(&test, argc, argv);
-}
-
+QTEST_MAIN(tst_MicrophoneLevel)
 #include "tst_microphonelevel.moc"

@@ -13,7 +13,6 @@
 #include "Shell/StatusItemController.h"
 #include "TestEnvironment.h"
 
-#include <QDir>
 #include <QFile>
 #include <QGuiApplication>
 #include <QRegularExpression>
@@ -25,7 +24,6 @@ class tst_AppCoordinator : public QObject
 {
     Q_OBJECT
 
-private:
     std::unique_ptr<TestEnvironment> m_env;
     FakePasteboard *m_pasteboard = nullptr;
     FakeKeystrokePoster *m_keystrokes = nullptr;
@@ -89,8 +87,8 @@ private slots:
         QVERIFY(state()->updateMessage().isEmpty());
     }
 
-    // The tray, the hub, the shortcut and the command line all toggle through here; quitting closes it.
-    void mirrorToggleOpensAndClosesTheCamera()
+    // The tray, the hub, the shortcut and the command line all toggle through here; quitting undoes both.
+    void mirrorAndHideDesktopFollowTheState()
     {
         MirrorCameraEngine *camera = m_coordinator->cameraEngine();
         m_coordinator->toggleMirror();
@@ -106,36 +104,7 @@ private slots:
         state()->setMirrorEnabled(true);
         m_coordinator->toggleMirror();
         QVERIFY(state()->mirrorOpen());
-        m_coordinator->shutdown();
-        QVERIFY(!state()->mirrorOpen());
-        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
-        // The camera found for the empty selection is remembered.
-        QFile settings(locations().preferencesPath);
-        QVERIFY(settings.open(QIODevice::ReadOnly));
-        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
-    }
 
-    void startIsIdempotentAndTheHubShortcutTogglesTheHub()
-    {
-        m_hotkeys->taken.insert(Qt::Key_M);
-        m_coordinator->start();
-        StatusItemController *first = m_coordinator->statusItemController();
-        m_coordinator->start();
-        QCOMPARE(m_coordinator->statusItemController(), first);
-        QCOMPARE(m_hotkeys->grabCalls, 3);
-        QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
-        // A shortcut another program holds is told once.
-        QCOMPARE(m_notifier->bodies.size(), 1);
-        QVERIFY(m_notifier->bodies.first().startsWith(QLatin1String("Ctrl+Super+M is already in use")));
-
-        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
-        QTRY_VERIFY(first->isPopoverShown());
-        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
-        QTRY_VERIFY(!first->isPopoverShown());
-    }
-
-    void hideDesktopFollowsTheStateAndThePreferences()
-    {
         DesktopCoverManager *covers = m_coordinator->desktopCoverManager();
         state()->setDesktopEnabled(false);
         m_coordinator->toggleDesktopCover();
@@ -163,25 +132,31 @@ private slots:
         m_coordinator->shutdown();
         QVERIFY(covers->covers().isEmpty() && !covers->isHidden());
         QCOMPARE(covers->configuration(), DesktopCoverConfiguration());
+        QVERIFY(!state()->mirrorOpen());
+        QCOMPARE(camera->state().kind(), MirrorCameraState::Kind::stopped);
+        // The camera found for the empty selection is remembered.
+        QFile settings(locations().preferencesPath);
+        QVERIFY(settings.open(QIODevice::ReadOnly));
+        QVERIFY(settings.readAll().contains("\"Halcy.selectedCameraDeviceID\": \"cam\""));
     }
 
-    void copyWritesTheEntryInItsMode()
+    void startIsIdempotentAndTheHubShortcutTogglesTheHub()
     {
-        copyElsewhere("  padded text \n");
-        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
-        m_coordinator->copyEntry(entry, PasteMode::plainText);
-        QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
-        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
+        m_hotkeys->taken.insert(Qt::Key_M);
+        m_coordinator->start();
+        StatusItemController *first = m_coordinator->statusItemController();
+        m_coordinator->start();
+        QCOMPARE(m_coordinator->statusItemController(), first);
+        QCOMPARE(m_hotkeys->grabCalls, 3);
+        QVERIFY(m_coordinator->clipboardMonitor()->isStarted());
+        // A shortcut another program holds is told once.
+        QCOMPARE(m_notifier->bodies.size(), 1);
+        QVERIFY(m_notifier->bodies.first().startsWith(QLatin1String("Ctrl+Super+M is already in use")));
 
-        // An image is written from the bytes the store keeps for it.
-        const QByteArray png = encodedImage();
-        copyElsewhere(png, QStringLiteral("image/png"));
-        m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
-
-        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
-        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::MetaModifier | Qt::ShiftModifier));
+        QTRY_VERIFY(first->isPopoverShown());
+        QVERIFY(m_hotkeys->press(Qt::Key_V, Qt::ShiftModifier | Qt::MetaModifier));
+        QTRY_VERIFY(!first->isPopoverShown());
     }
 
     void pasteReportsWhatHappened_data()
@@ -222,14 +197,40 @@ private slots:
         QCOMPARE(m_pasteboard->types(), writable ? written : written.mid(0, 1));
     }
 
-    void historyCommandsKeepPinnedEntries()
+    // Paused or disabled, copies are not captured; copying writes the entry in its mode; history commands
+    // keep pinned entries; the history is loaded at launch, with nothing selected.
+    void captureAndHistoryCommandsFollowTheState()
     {
+        state()->setClipboardPaused(true);
+        copyElsewhere("while paused");
+        state()->setClipboardPaused(false);
+        state()->setClipboardEnabled(false);
+        copyElsewhere("while off");
+        QVERIFY(state()->clipboardEntries().isEmpty());
+        state()->setClipboardEnabled(true);
+
+        copyElsewhere("  padded text \n");
+        const ClipboardHistoryEntry entry = state()->clipboardEntries().first();
+        m_coordinator->copyEntry(entry, PasteMode::plainText);
+        QCOMPARE(state()->selectedClipboardEntryID(), entry.id);
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Copied to clipboard"));
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("text/plain")), QByteArray("padded text"));
+
+        // An image is written from the bytes the store keeps for it.
+        const QByteArray png = encodedImage();
+        copyElsewhere(png, QStringLiteral("image/png"));
+        m_coordinator->copyEntry(state()->clipboardEntries().first(), PasteMode::formatted);
+        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), png);
+
+        m_coordinator->copyEntry(ClipboardHistoryEntry(), PasteMode::formatted); // nothing to write
+        QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("This item could not be copied."));
+
         for (const char *text : {"keep me", "drop me", "and me"})
             copyElsewhere(text);
         const ClipboardHistoryEntries copied = state()->clipboardEntries(); // newest first
         m_coordinator->togglePin(copied.at(2).id);
         m_coordinator->deleteEntry(copied.at(0).id);
-        QCOMPARE(state()->clipboardEntries().size(), 2);
+        QCOMPARE(state()->clipboardEntries().size(), 4);
 
         m_coordinator->clearRecentHistory();
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("Recent history cleared."));
@@ -240,20 +241,7 @@ private slots:
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("History cleared. Pinned items kept."));
         QCOMPARE(state()->clipboardEntries().size(), 1);
         QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("keep me"));
-    }
 
-    void pausedOrDisabledCopiesAreNotCapturedAndTheRestIsLoadedAtLaunch()
-    {
-        state()->setClipboardPaused(true);
-        copyElsewhere("while paused");
-        state()->setClipboardPaused(false);
-        state()->setClipboardEnabled(false);
-        copyElsewhere("while off");
-        QVERIFY(state()->clipboardEntries().isEmpty());
-        state()->setClipboardEnabled(true);
-        copyElsewhere("back on");
-
-        // The history is loaded at launch, with nothing selected.
         makeCoordinator();
         QCOMPARE(state()->clipboardEntries().size(), 1);
         QVERIFY(state()->selectedClipboardEntryID().isNull());
@@ -265,7 +253,6 @@ private slots:
         m_coordinator.reset();
         const QFileInfo history(locations().historyPath);
         const QByteArray garbage("this is not a database, but the user's bytes all the same\n");
-        QVERIFY(QDir().mkpath(history.absolutePath()));
         QVERIFY(!writeFile(history.absolutePath(), history.fileName(), garbage).isEmpty());
         QTest::ignoreMessage(QtWarningMsg,
                              QRegularExpression("^Persistent store unavailable, running in-memory"));

@@ -35,31 +35,26 @@ private slots:
         QTest::addColumn<QString>("change");
         QTest::addColumn<QStringList>("rows");
 
-        QTest::addRow("a copy arrives: a row above, the selection stays")
-            << QString() << "copy gamma"
-            << QStringList{"note Pinned", "gamma Today", "alpha Today", "beta Today <", "old *"};
-        QTest::addRow("insert while a search is active: only a match joins")
-            << "alpha"
-            << "copy alpha-beta" << QStringList{"alpha <", "alpha-beta"};
-        QTest::addRow("insert of a non-match while searching changes no row")
-            << "alp"
-            << "copy zeta" << QStringList{"alpha <"};
-        QTest::addRow("remove the selected row: the next row takes its place")
-            << QString() << "remove beta" << QStringList{"note Pinned", "alpha Today", "old * <"};
-        QTest::addRow("remove the selected row and those below: the last row")
-            << QString() << "remove beta old" << QStringList{"note Pinned", "alpha Today <"};
-        QTest::addRow("pin moves a row between sections, the selection stays")
-            << QString() << "pin old"
-            << QStringList{"note Pinned", "old Pinned", "alpha Today", "beta Today <"};
-        QTest::addRow("remove every row: nothing is selected")
-            << QString() << "remove note alpha beta old" << QStringList{};
-        QTest::addRow("a new query selects the first row shown; a blank one shows every row")
-            << "beta"
-            << "search  \n"
-            << QStringList{"note Pinned <", "alpha Today", "beta Today", "old *"};
-        QTest::addRow("at midnight today becomes yesterday")
-            << QString() << "midnight"
-            << QStringList{"note Pinned", "alpha Yesterday", "beta Yesterday <", "old *"};
+        const auto row = [](const char *name, const char *query, const char *change,
+                            const QStringList &rows) {
+            QTest::newRow(name) << QString::fromLatin1(query) << QString::fromLatin1(change) << rows;
+        };
+        row("a copy arrives: a row above, the selection stays", "", "copy gamma",
+            {"note Pinned", "gamma Today", "alpha Today", "beta Today <", "old *"});
+        row("insert while a search is active: only a match joins", "alpha", "copy alpha-beta",
+            {"alpha <", "alpha-beta"});
+        row("insert of a non-match while searching changes no row", "alp", "copy zeta", {"alpha <"});
+        row("remove the selected row: the next row takes its place", "", "remove beta",
+            {"note Pinned", "alpha Today", "old * <"});
+        row("remove the selected row and those below: the last row", "", "remove beta old",
+            {"note Pinned", "alpha Today <"});
+        row("pin moves a row between sections, the selection stays", "", "pin old",
+            {"note Pinned", "old Pinned", "alpha Today", "beta Today <"});
+        row("remove every row: nothing is selected", "", "remove note alpha beta old", {});
+        row("a new query selects the first row shown; a blank one shows every row", "beta", "search  \n",
+            {"note Pinned <", "alpha Today", "beta Today", "old *"});
+        row("at midnight today becomes yesterday", "", "midnight",
+            {"note Pinned", "alpha Yesterday", "beta Yesterday <", "old *"});
     }
 
     void changesArriveAsRowDeltas()
@@ -86,16 +81,14 @@ private slots:
         QList<QUuid> ids;
         for (const QString &title : words.mid(1))
             ids << titled(title).id;
-        ClipboardHistoryEntry pinned = titled(words.last());
-        pinned.isPinned = true;
-        if (words.first() == QLatin1String("copy"))
-            model.insertEntry(makeEntry(words.last(), now.addSecs(-1)));
-        else if (words.first() == QLatin1String("remove"))
+        ClipboardHistoryEntry changed = titled(words.last());
+        changed.isPinned = words.first() == QLatin1String("pin");
+        if (words.first() == QLatin1String("remove"))
             model.removeEntries(ids);
-        else if (words.first() == QLatin1String("pin"))
-            model.insertEntry(pinned);
-        else
+        else if (words.first() == QLatin1String("search"))
             model.setSearchQuery(change.section(u' ', 1));
+        else if (words.first() != QLatin1String("midnight"))
+            model.insertEntry(changed.isPinned ? changed : makeEntry(words.last(), now.addSecs(-1)));
         model.setNow(change == QLatin1String("midnight") ? now.addDays(1) : now);
         model.refreshDay();
 
