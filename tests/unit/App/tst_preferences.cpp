@@ -149,7 +149,6 @@ private slots:
     {
         writeFile(QJsonDocument(QJsonObject{{"Halcy.hasCompletedOnboarding", true},
                                             {"Halcy.selectedMicDeviceID", "mic-2"},
-                                            {"Halcy.clipboardPaused", true},
                                             {"Halcy.mirrorShape", "square"}})
                       .toJson());
         Preferences preferences;
@@ -164,7 +163,6 @@ private slots:
         const QJsonObject json = readJson();
         QCOMPARE(json.value("Halcy.hasCompletedOnboarding"), QJsonValue(true));
         QCOMPARE(json.value("Halcy.selectedMicDeviceID"), QJsonValue("mic-2"));
-        QCOMPARE(json.value("Halcy.clipboardPaused"), QJsonValue(false));
         QCOMPARE(json.value("Halcy.mirrorShape"), QJsonValue("roundedRectangle"));
         for (const PreferenceRow &row : AppState::preferenceRows())
             QVERIFY2(json.contains(row.key()), row.field);

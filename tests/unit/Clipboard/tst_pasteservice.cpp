@@ -29,13 +29,7 @@ class TestPasteService final : public QObject
     Q_OBJECT
 
 private slots:
-    void init()
-    {
-        m_pasteboard = std::make_unique<FakePasteboard>();
-        m_poster = std::make_unique<FakeKeystrokePoster>();
-        m_frontmost = std::make_unique<FakeFrontmostApplication>();
-        m_service = std::make_unique<PasteService>(m_pasteboard.get(), m_poster.get(), m_frontmost.get());
-    }
+    void init() { m = std::make_unique<World>(); }
 
     // Every write carries the marker; an entry without content leaves nothing else.
     void writesTheEntryBesideTheMarker_data()
@@ -77,11 +71,11 @@ private slots:
         QFETCH(std::optional<QByteArray>, imageBytes);
         QFETCH(QStringList, written);
 
-        QCOMPARE(m_service->write(entry, mode, imageBytes), !written.isEmpty());
-        QCOMPARE(m_pasteboard->writeCount(), 1);
+        QCOMPARE(m->service.write(entry, mode, imageBytes), !written.isEmpty());
+        QCOMPARE(m->pasteboard.writeCount(), 1);
         QStringList actual;
-        for (const QString &type : m_pasteboard->types()) {
-            const QString bytes = QString::fromUtf8(m_pasteboard->peek(type).value_or(QByteArray()));
+        for (const QString &type : m->pasteboard.types()) {
+            const QString bytes = QString::fromUtf8(m->pasteboard.peek(type).value_or(QByteArray()));
             actual << type + QStringLiteral(": ") + (type == "text/uri-list" ? bytes.simplified() : bytes);
         }
         QCOMPARE(actual, QStringList{marker + QStringLiteral(": 1")} + written);
@@ -90,14 +84,13 @@ private slots:
     void writesImagesAndReportsAFailedWrite()
     {
         const QByteArray png = encodedImage();
-        QVERIFY(m_service->write(entryOf(ClipboardContentType::image), PasteMode::formatted, png));
-        QCOMPARE(m_pasteboard->peek(QStringLiteral("image/png")), std::optional<QByteArray>(png));
-        QCOMPARE(m_pasteboard->peek(marker), std::optional<QByteArray>("1"));
-        QCOMPARE(qvariant_cast<QImage>(m_pasteboard->lastWritten()->imageData()).size(),
+        QVERIFY(m->service.write(entryOf(ClipboardContentType::image), PasteMode::formatted, png));
+        QCOMPARE(m->pasteboard.peek(QStringLiteral("image/png")), std::optional<QByteArray>(png));
+        QCOMPARE(qvariant_cast<QImage>(m->pasteboard.lastWritten()->imageData()).size(),
                  sampleImage().size());
 
-        m_pasteboard->setWriteSucceeds(false);
-        QVERIFY(!m_service->write(entryOf(ClipboardContentType::text, "x"), PasteMode::formatted, {}));
+        m->pasteboard.setWriteSucceeds(false);
+        QVERIFY(!m->service.write(entryOf(ClipboardContentType::text, "x"), PasteMode::formatted, {}));
     }
 
     void keystrokeFollowsTheTargetWindow_data()
@@ -123,19 +116,23 @@ private slots:
         QFETCH(PasteKeystroke, keystroke);
         QFETCH(bool, textInSelection);
 
-        m_frontmost->windowClass = target;
-        QVERIFY(m_service->write(entryOf(ClipboardContentType::text, "ls -l\n"), PasteMode::formatted, {}));
-        QVERIFY(m_service->postPasteKeystroke());
-        QCOMPARE(m_poster->lastKeystroke, std::optional<PasteKeystroke>(keystroke));
-        QCOMPARE(m_pasteboard->selection().contains({QStringLiteral("text/plain"), "ls -l\n"}),
+        m->frontmost.windowClass = target;
+        QVERIFY(m->service.write(entryOf(ClipboardContentType::text, "ls -l\n"), PasteMode::formatted, {}));
+        QVERIFY(m->service.postPasteKeystroke());
+        QCOMPARE(m->poster.lastKeystroke, std::optional<PasteKeystroke>(keystroke));
+        QCOMPARE(m->pasteboard.selection().contains({QStringLiteral("text/plain"), "ls -l\n"}),
                  textInSelection);
     }
 
 private:
-    std::unique_ptr<FakePasteboard> m_pasteboard;
-    std::unique_ptr<FakeKeystrokePoster> m_poster;
-    std::unique_ptr<FakeFrontmostApplication> m_frontmost;
-    std::unique_ptr<PasteService> m_service;
+    struct World
+    {
+        FakePasteboard pasteboard;
+        FakeKeystrokePoster poster;
+        FakeFrontmostApplication frontmost;
+        PasteService service{&pasteboard, &poster, &frontmost};
+    };
+    std::unique_ptr<World> m;
 };
 
 QTEST_GUILESS_MAIN(TestPasteService)
