@@ -111,8 +111,8 @@ private slots:
         QVERIFY(setLock(QStringLiteral("Caps Lock"), capsLock));
         QVERIFY(setLock(QStringLiteral("Num Lock"), numLock));
         QVERIFY(xdotool(keys.split(QLatin1Char(' '))));
-        // Another shortcut after it (without --clearmodifiers, which would lift the lock states): whatever the
-        // first press caused has arrived by then.
+        // Another shortcut after it (without --clearmodifiers, which would lift the lock states): whatever
+        // the first press caused has arrived by then.
         QVERIFY(xdotool({"key", "ctrl+super+m"}));
         QTRY_COMPARE_WITH_TIMEOUT(Presses(pressed), (id ? Presses{{id}, {2u}} : Presses{{2u}}),
                                   scaledTimeout(5000));
