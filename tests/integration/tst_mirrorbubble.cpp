@@ -165,10 +165,7 @@ private Q_SLOTS:
     void savedFrameIsKeptOnAPresentMonitor()
     {
         QFETCH(bool, removeRight);
-        const auto removeMonitors = [] {
-            run(QStringLiteral("xrandr --delmonitor RIGHT"));
-            run(QStringLiteral("xrandr --delmonitor LEFT"));
-        };
+        const auto removeMonitors = [] { run("xrandr --delmonitor RIGHT"); run("xrandr --delmonitor LEFT"); };
         removeMonitors();
         const auto cleanUp = qScopeGuard(removeMonitors);
         QVERIFY(run(QStringLiteral("xrandr --setmonitor LEFT 960/254x600/159+0+0 screen")));
