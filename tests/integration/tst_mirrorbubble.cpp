@@ -34,9 +34,6 @@ struct Bubble
     explicit Bubble(const QRect &savedFrame = QRect())
     {
         camera->devices = {{QStringLiteral("cam"), QStringLiteral("Test camera")}};
-        MirrorSettings settings;
-        settings.showMicLevel = false;
-        controller.setSettings(settings);
         controller.setSavedFrame(savedFrame);
     }
 

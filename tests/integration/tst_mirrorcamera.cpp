@@ -34,9 +34,6 @@ private Q_SLOTS:
         QCOMPARE(engine.devices().first().name, QStringLiteral("Halcy Test Camera"));
         MicrophoneLevelMonitor microphone{QString()};
         MirrorWindowController controller(&engine, &microphone);
-        MirrorSettings settings;
-        settings.showMicLevel = false;
-        controller.setSettings(settings);
 
         controller.show();
         QTRY_COMPARE_WITH_TIMEOUT(engine.state().kind(), MirrorCameraState::Kind::running,
