@@ -94,8 +94,7 @@ private slots:
         QFETCH(bool, ownerQuitsCleanly);
         if (ownerQuitsCleanly) // through the command line, as a session script would
             QVERIFY2(m_halcy.runClient({"quit"}) == 0 && m_halcy.waitForExit() &&
-                         m_halcy.process().exitStatus() == QProcess::NormalExit &&
-                         m_halcy.process().exitCode() == 0,
+                         m_halcy.process().exitCode() == 0, // a crash reports its signal here
                      qPrintable(m_halcy.log()));
         // The same directories again: the new instance keeps using the file.
         QVERIFY2(running() && !m_halcy.log().contains("in-memory"), qPrintable(m_halcy.log()));

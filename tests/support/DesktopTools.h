@@ -1,8 +1,6 @@
 #pragma once
 
-#include <QByteArray>
 #include <QImage>
-#include <QString>
 #include <QStringList>
 
 #include <optional>

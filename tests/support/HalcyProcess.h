@@ -3,9 +3,6 @@
 #include "TestTime.h"
 
 #include <QProcess>
-#include <QProcessEnvironment>
-#include <QString>
-#include <QStringList>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -19,7 +16,6 @@ public:
     ~HalcyProcess();
 
     void setEnvironmentValue(const QString &name, const QString &value) { m_environment.insert(name, value); }
-    void removeEnvironmentValue(const QString &name) { m_environment.remove(name); }
     QString configHome() const { return m_dir.path() + QStringLiteral("/config"); }
     QString dataHome() const { return m_dir.path() + QStringLiteral("/data"); }
 

@@ -44,8 +44,7 @@ PeerProcess::PeerProcess(QString program) : m_program(std::move(program)) {}
 bool PeerProcess::start(const QStringList &arguments, int timeoutMs)
 {
     m_process.start(m_program, arguments);
-    const std::optional<QString> line = readLine(timeoutMs);
-    m_readyLine = line.value_or(QString());
+    m_readyLine = readLine(timeoutMs).value_or(QString());
     return m_readyLine.startsWith(QLatin1String("ready"));
 }
 
@@ -75,8 +74,7 @@ std::optional<ToolResult> runTool(const QString &program, const QStringList &arg
 {
     QProcess process;
     process.start(program, arguments);
-    if (!input.isEmpty())
-        process.write(input);
+    process.write(input);
     process.closeWriteChannel();
     if (!waitUntil(process, timeoutMs, [&] { return process.state() == QProcess::NotRunning; })) {
         end(process, false, 0);

@@ -1,8 +1,6 @@
 #pragma once
 
 #include <QProcess>
-#include <QString>
-#include <QStringList>
 
 #include <optional>
 
@@ -27,7 +25,6 @@ public:
     // Closes its standard input, which peers take as the sign to quit cleanly, and waits for the exit.
     bool finish(int timeoutMs = 5000);
     bool isRunning() const { return m_process.state() != QProcess::NotRunning; }
-    qint64 pid() const { return m_process.processId(); }
     QString errorOutput() { return QString::fromUtf8(m_process.readAllStandardError()); }
 
 private:

@@ -1,11 +1,10 @@
 #include "TestTime.h"
 
 #include <QByteArray>
-#include <QtGlobal>
 
 #include <cmath>
 
-double testTimeFactor()
+int scaledTimeout(int ms)
 {
     static const double factor = [] {
         const QByteArray value = qgetenv("HALCY_TEST_TIME_FACTOR");
@@ -17,10 +16,5 @@ double testTimeFactor()
             qWarning("HALCY_TEST_TIME_FACTOR=%s is not a number from 1 to 100; using 1", value.constData());
         return 1.0;
     }();
-    return factor;
-}
-
-int scaledTimeout(int ms)
-{
-    return int(std::lround(ms * testTimeFactor()));
+    return int(std::lround(ms * factor));
 }
