@@ -23,7 +23,6 @@ public:
         QMutex mutex;
         StartResult nextStart{StartResult::Outcome::running, {}};
         QStringList started;
-        int stops = 0;
         bool running = false, holdStarts = false;
         QImage snapshot;
         QSemaphore startGate;
@@ -50,7 +49,6 @@ public:
     void stop() override
     {
         QMutexLocker locker(&m_shared->mutex);
-        ++m_shared->stops;
         m_shared->running = false;
     }
     SnapshotResult takeSnapshot() override

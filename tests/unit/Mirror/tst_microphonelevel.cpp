@@ -3,7 +3,6 @@
 #include "Mirror/MicrophoneLevelMonitor.h"
 
 #include <QGuiApplication>
-#include <QSignalSpy>
 #include <QTemporaryDir>
 #include <QTest>
 
@@ -48,33 +47,27 @@ private Q_SLOTS:
 
     // Interleaved frames are split by channel; the sine of the test session's microphone (amplitude
     // 0.5) measures -9.03 dBFS whatever the sample format.
-    void channelPowersOfInterleavedSamples_data()
-    {
-        QTest::addColumn<int>("sampleFormat");
-        QTest::addRow("16-bit integers") << int(QAudioFormat::Int16);
-        QTest::addRow("floats") << int(QAudioFormat::Float);
-    }
-
     void channelPowersOfInterleavedSamples()
     {
-        QFETCH(int, sampleFormat);
-        QAudioFormat format;
-        format.setSampleRate(44100);
-        format.setChannelCount(2);
-        format.setSampleFormat(QAudioFormat::SampleFormat(sampleFormat));
-        QByteArray data;
+        QByteArray floats, integers;
         for (int i = 0; i < 2 * 4410; ++i) {
             const double value = i % 2 ? 0.0 : 0.5 * std::sin(2 * M_PI * 441 * (i / 2) / 44100.0);
             const float f = float(value);
             const auto s = qint16(std::lround(value * 32767));
-            format.sampleFormat() == QAudioFormat::Float
-                ? data.append(reinterpret_cast<const char *>(&f), sizeof f)
-                : data.append(reinterpret_cast<const char *>(&s), sizeof s);
+            floats.append(reinterpret_cast<const char *>(&f), sizeof f);
+            integers.append(reinterpret_cast<const char *>(&s), sizeof s);
         }
-        const QList<float> powers = MicrophoneCapture::channelPowers(data.constData(), data.size(), format);
-        QCOMPARE(powers.size(), 2);
-        QVERIFY2(std::abs(powers[0] - -9.03f) < 0.05f, qPrintable(QString::number(powers[0])));
-        QVERIFY(powers[1] < -100);
+        for (const auto sampleFormat : {QAudioFormat::Int16, QAudioFormat::Float}) {
+            QAudioFormat format;
+            format.setSampleRate(44100);
+            format.setChannelCount(2);
+            format.setSampleFormat(sampleFormat);
+            const QByteArray &data = sampleFormat == QAudioFormat::Float ? floats : integers;
+            const auto powers = MicrophoneCapture::channelPowers(data.constData(), data.size(), format);
+            QCOMPARE(powers.size(), 2);
+            QVERIFY2(std::abs(powers[0] - -9.03f) < 0.05f, qPrintable(QString::number(powers[0])));
+            QVERIFY(powers[1] < -100);
+        }
     }
 
     void withoutSoundServerTheMeterIsUnavailable()
@@ -85,8 +78,6 @@ private Q_SLOTS:
                  MicrophoneMeterState::unavailable(MicrophoneLevelMonitor::noSoundServerMessage()));
         QCOMPARE(monitor.stateLabel(), QStringLiteral("Mic unavailable"));
         QCOMPARE(monitor.level(), 0.0);
-        monitor.stop();
-        QCOMPARE(monitor.stateLabel(), QStringLiteral("Mic off"));
     }
 };
 

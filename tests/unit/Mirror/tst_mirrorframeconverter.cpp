@@ -42,36 +42,31 @@ class tst_MirrorFrameConverter : public QObject
 
 private Q_SLOTS:
     // A red 4×2 frame in every camera format becomes the same red image. Previews are of a 12×4 frame:
-    // green edges two pixels wide, red up to the middle and blue after it.
+    // green edges two pixels wide, red up to the middle and blue after it; mirrored, the sides swap.
     void frames_data()
     {
         QTest::addColumn<int>("format");
         QTest::addColumn<QByteArrayList>("planes");
         QTest::addColumn<QSize>("preview"); // none: the full image
         QTest::addColumn<bool>("mirrored");
-        QTest::addColumn<QColor>("left");
-        const auto image = [](const char *name, Format::PixelFormat format, QByteArrayList planes) {
-            QTest::addRow("%s", name) << int(format) << planes << QSize() << false << QColor(Qt::red);
+        const auto row = [](const char *name, Format::PixelFormat format, QByteArrayList planes,
+                            QSize preview = {}, bool mirrored = false) {
+            QTest::addRow("%s", name) << int(format) << planes << preview << mirrored;
         };
-        image("YUYV, the usual webcam format", Format::Format_YUYV, {yuyvRed});
-        image("UYVY", Format::Format_UYVY, {"5a51f051"});
-        image("NV12", Format::Format_NV12, {"51", "5af0"});
-        image("NV21, chroma swapped", Format::Format_NV21, {"51", "f05a"});
-        image("I420 in three planes", Format::Format_YUV420P, {"51", "5a", "f0"});
-        image("YV12, planes swapped", Format::Format_YV12, {"51", "f0", "5a"});
-        image("32-bit RGB", Format::Format_BGRX8888, {bgrxRed});
+        row("YUYV, the usual webcam format", Format::Format_YUYV, {yuyvRed});
+        row("UYVY", Format::Format_UYVY, {"5a51f051"});
+        row("NV12", Format::Format_NV12, {"51", "5af0"});
+        row("NV21, chroma swapped", Format::Format_NV21, {"51", "f05a"});
+        row("I420 in three planes", Format::Format_YUV420P, {"51", "5a", "f0"});
+        row("YV12, planes swapped", Format::Format_YV12, {"51", "f0", "5a"});
+        row("32-bit RGB", Format::Format_BGRX8888, {bgrxRed});
         const QByteArrayList yuyvHalves{yuyvGreen + yuyvRed.repeated(2) + yuyvBlue.repeated(2) + yuyvGreen};
-        const auto yuyv = int(Format::Format_YUYV);
-        QTest::addRow("preview: the sides cropped to the aspect, blocks averaged")
-            << yuyv << yuyvHalves << QSize(4, 2) << false << QColor(Qt::red);
-        QTest::addRow("mirrored: the sides swap")
-            << yuyv << yuyvHalves << QSize(4, 2) << true << QColor(Qt::blue);
-        QTest::addRow("larger than the crop: scaled up")
-            << yuyv << yuyvHalves << QSize(16, 8) << true << QColor(Qt::blue);
-        QTest::addRow("an RGB preview") << int(Format::Format_BGRX8888)
-                                        << QByteArrayList{bgrxGreen.repeated(2) + bgrxRed.repeated(4) +
-                                                          bgrxBlue.repeated(4) + bgrxGreen.repeated(2)}
-                                        << QSize(4, 2) << true << QColor(Qt::blue);
+        const auto yuyv = Format::Format_YUYV;
+        row("preview: the sides cropped to the aspect, blocks averaged", yuyv, yuyvHalves, {4, 2});
+        row("mirrored", yuyv, yuyvHalves, {4, 2}, true);
+        row("larger than the crop: scaled up", yuyv, yuyvHalves, {16, 8}, true);
+        const QByteArray bgrxHalves = bgrxGreen.repeated(2) + bgrxRed.repeated(4) + bgrxBlue.repeated(4);
+        row("an RGB preview", Format::Format_BGRX8888, {bgrxHalves + bgrxGreen.repeated(2)}, {4, 2}, true);
     }
 
     void frames()
@@ -80,17 +75,16 @@ private Q_SLOTS:
         QFETCH(QByteArrayList, planes);
         QFETCH(QSize, preview);
         QFETCH(bool, mirrored);
-        QFETCH(QColor, left);
         const QVideoFrame frame = frameOf(format, preview.isValid() ? QSize(12, 4) : QSize(4, 2), planes);
         const QImage image = preview.isValid() ? MirrorFrameConverter::toPreview(frame, preview, mirrored)
                                                : MirrorFrameConverter::toImage(frame);
         QCOMPARE(image.size(), preview.isValid() ? preview : QSize(4, 2));
-        const QColor right =
-            preview.isValid() && left == QColor(Qt::red) ? QColor(Qt::blue) : QColor(Qt::red);
+        const QColor left = mirrored ? Qt::blue : Qt::red;
+        const QColor right = preview.isValid() && !mirrored ? Qt::blue : Qt::red;
         const int tolerance = preview.isValid() ? 15 : 5;
-        const QPoint last(image.width() - 1, image.height() - 1);
         QVERIFY2(near(image.pixelColor(0, 0), left, tolerance), qPrintable(image.pixelColor(0, 0).name()));
-        QVERIFY2(near(image.pixelColor(last), right, tolerance), qPrintable(image.pixelColor(last).name()));
+        const QColor last = image.pixelColor(image.width() - 1, image.height() - 1);
+        QVERIFY2(near(last, right, tolerance), qPrintable(last.name()));
     }
 };
 
