@@ -54,9 +54,8 @@ xcb_atom_t intern(const std::string &name)
 
 void notify(const xcb_selection_request_event_t *request, xcb_atom_t property)
 {
-    const xcb_selection_notify_event_t event{
-        XCB_SELECTION_NOTIFY, 0,       0, request->time, request->requestor, request->selection,
-        request->target,      property};
+    const xcb_selection_notify_event_t event{XCB_SELECTION_NOTIFY, 0, 0, request->time, request->requestor,
+                                             request->selection, request->target, property};
     xcb_send_event(c, 0, request->requestor, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char *>(&event));
 }
 
@@ -100,11 +99,8 @@ int main(int argc, char **argv)
     xcb_create_window(c, XCB_COPY_FROM_PARENT, window, screen->root, 0, 0, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_OUTPUT, screen->root_visual, 0, nullptr);
     xcb_set_selection_owner(c, window, clipboard, XCB_CURRENT_TIME);
-    xcb_get_selection_owner_reply_t *owner =
-        xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, clipboard), nullptr);
-    if (!owner || owner->owner != window)
-        usage("could not take the clipboard");
-    std::free(owner);
+    // A round trip, so that the selection is ours before the test hears "ready".
+    std::free(xcb_get_selection_owner_reply(c, xcb_get_selection_owner(c, clipboard), nullptr));
     std::puts("ready");
 
     std::map<xcb_window_t, Transfer> transfers;
