@@ -48,7 +48,7 @@ private slots:
         PeerProcess field(QStringLiteral(HALCY_TEST_PEERS_DIR "/text_field_peer"));
         QProcess window;
         if (terminal.isEmpty()) {
-            QVERIFY2(field.start({}), qPrintable(field.errorOutput()));
+            QVERIFY(field.start({}));
             // Keys typed before the field has taken the focus go nowhere.
             QVERIFY(activatePeerWindow(field) && peerHasFocus(field));
         } else {
@@ -77,8 +77,6 @@ private slots:
                                                     : QString();
         };
         QTRY_COMPARE_WITH_TIMEOUT(pasted(), entry.textContent.value(), scaledTimeout(8000));
-        window.kill();
-        window.waitForFinished(scaledTimeout(3000));
     }
 };
 
