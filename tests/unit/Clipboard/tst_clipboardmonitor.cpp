@@ -23,7 +23,6 @@ private slots:
         m_pasteboard = std::make_unique<FakePasteboard>();
         m_frontmost = std::make_unique<FakeFrontmostApplication>();
         m_store = ClipboardStore::openInMemory(ClipboardStore::defaultHistoryLimit);
-        QVERIFY(m_store);
         m_delegate = RecordingMonitorDelegate();
         m_delegate.watch(m_store.get());
         m_monitor = std::make_unique<ClipboardMonitor>(m_pasteboard.get(), m_store.get(), m_frontmost.get(),
