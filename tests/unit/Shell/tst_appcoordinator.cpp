@@ -83,8 +83,7 @@ private slots:
         makeCoordinator(QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort())));
         m_coordinator->checkForUpdates();
         QTRY_VERIFY(silent.hasPendingConnections());
-        QVERIFY(state()->isCheckingForUpdates());
-        QVERIFY(state()->updateMessage().isEmpty());
+        QVERIFY(state()->isCheckingForUpdates() && state()->updateMessage().isEmpty());
     }
 
     // The tray, the hub, the shortcut and the command line all toggle through here; quitting undoes both.
@@ -243,8 +242,7 @@ private slots:
 
         makeCoordinator();
         QCOMPARE(state()->clipboardEntries().size(), 1);
-        QVERIFY(state()->selectedClipboardEntryID().isNull());
-        QVERIFY(state()->clipboardStatusMessage().isNull());
+        QVERIFY(state()->selectedClipboardEntryID().isNull() && state()->clipboardStatusMessage().isNull());
     }
 
     void unreadableHistoryFallsBackToMemoryAndIsLeftAlone()
