@@ -118,8 +118,8 @@ private slots:
         QCOMPARE(covers->covers().constFirst()->configuration().fill, DesktopFill::solidInk);
         const QPointer<DesktopCoverWindow> before = covers->covers().constFirst();
         state()->setDesktopCoverConsumesClicks(false);
-        QVERIFY(!before); // while hidden, every cover is replaced
-        QVERIFY(!covers->covers().constFirst()->configuration().consumesClicks);
+        // While hidden, every cover is replaced.
+        QVERIFY(!before && !covers->covers().constFirst()->configuration().consumesClicks);
 
         covers->reveal(); // as a double click on a cover does
         QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
