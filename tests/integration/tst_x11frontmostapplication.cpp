@@ -40,13 +40,16 @@ private slots:
     {
         QTest::addColumn<QString>("windowClass");
         QTest::addColumn<QString>("expected");
-        QTest::newRow("desktop entry found by StartupWMClass") << "HalcyPeerEditor" << "Peer Editor";
-        QTest::newRow("desktop file named after the class") << "HalcyPeerWriter" << "Peer Writer";
-        QTest::newRow("last part of a reverse-domain file name") << "HalcyPeerNotes" << "Peer Notes";
-        QTest::newRow("file in a subdirectory") << "Suite-HalcyPeerSuite" << "Peer Suite";
-        QTest::newRow("localized name") << "HalcyPeerAtlas" << "Peer-Atlas";
-        QTest::newRow("hidden entry falls back to the class") << "HalcyPeerHidden" << "HalcyPeerHidden";
-        QTest::newRow("no entry: the class name") << "HalcyPeerPlain" << "HalcyPeerPlain";
+        const auto row = [](const char *name, const char *windowClass, const char *expected) {
+            QTest::newRow(name) << QString::fromLatin1(windowClass) << QString::fromLatin1(expected);
+        };
+        row("desktop entry found by StartupWMClass", "HalcyPeerEditor", "Peer Editor");
+        row("desktop file named after the class", "HalcyPeerWriter", "Peer Writer");
+        row("last part of a reverse-domain file name", "HalcyPeerNotes", "Peer Notes");
+        row("file in a subdirectory", "Suite-HalcyPeerSuite", "Peer Suite");
+        row("localized name", "HalcyPeerAtlas", "Peer-Atlas");
+        row("hidden entry falls back to the class", "HalcyPeerHidden", "HalcyPeerHidden");
+        row("no entry: the class name", "HalcyPeerPlain", "HalcyPeerPlain");
     }
 
     void namesTheActiveApplication()

@@ -29,7 +29,8 @@
     } while (false)
 
 #define HALCY_REQUIRE_TOOLS(...)                                                                             \
-    for (const char *tool : std::initializer_list<const char *>{__VA_ARGS__})                                \
+    for (const char *tool : std::initializer_list<const char *>{__VA_ARGS__}) {                              \
         if (QStandardPaths::findExecutable(QString::fromLatin1(tool)).isEmpty())                             \
             QSKIP(qPrintable(QStringLiteral("%1 is not installed (scripts/install-deps.sh test)")            \
-                                 .arg(QLatin1String(tool))))
+                                 .arg(QLatin1String(tool))));                                                \
+    }

@@ -54,8 +54,9 @@ xcb_atom_t intern(const std::string &name)
 
 void notify(const xcb_selection_request_event_t *request, xcb_atom_t property)
 {
-    const xcb_selection_notify_event_t event{XCB_SELECTION_NOTIFY, 0, 0, request->time, request->requestor,
-                                             request->selection, request->target, property};
+    const xcb_selection_notify_event_t event{
+        XCB_SELECTION_NOTIFY, 0,       0, request->time, request->requestor, request->selection,
+        request->target,      property};
     xcb_send_event(c, 0, request->requestor, XCB_EVENT_MASK_NO_EVENT, reinterpret_cast<const char *>(&event));
 }
 
