@@ -60,17 +60,14 @@ private slots:
     {
         QTest::addColumn<QString>("verb");
         QTest::addColumn<QString>("window");
-        QTest::addColumn<QString>("geometry");
-        QTest::addRow("no verb opens the hub, show closes it")
-            << "show" << QStringLiteral("^Halcy$") << "344x560";
-        QTest::addRow("toggle-mirror") << "toggle-mirror" << QStringLiteral("Halcy Mirror") << "Geometry";
+        QTest::addRow("no verb opens the hub, show closes it") << "show" << QStringLiteral("^Halcy$");
+        QTest::addRow("toggle-mirror") << "toggle-mirror" << QStringLiteral("Halcy Mirror");
     }
 
     void verbsReachTheRunningInstance()
     {
         QFETCH(QString, verb);
         QFETCH(QString, window);
-        QFETCH(QString, geometry);
         QVERIFY2(running(), qPrintable(m_halcy.log()));
         QTRY_VERIFY_WITH_TIMEOUT(trayIconDocked(), scaledTimeout(10000));
         for (const bool opens : {true, false}) {
@@ -78,7 +75,7 @@ private slots:
             QCOMPARE(m_halcy.runClient(verb == "show" && opens ? QStringList() : QStringList{verb}, &output),
                      0);
             QVERIFY2(output.contains("already running"), qPrintable(output));
-            QTRY_COMPARE_WITH_TIMEOUT(shownWindows(window).contains(geometry), opens, scaledTimeout(10000));
+            QTRY_COMPARE_WITH_TIMEOUT(!shownWindows(window).isEmpty(), opens, scaledTimeout(10000));
         }
     }
 
