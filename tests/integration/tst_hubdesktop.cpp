@@ -116,8 +116,7 @@ private slots:
         // Alt+2 pastes the second entry into that application.
         QVERIFY(openHubWithShortcut());
         QVERIFY(xdotool({"type", "--delay", "40", "abc"}));
-        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QStringLiteral("abc"),
-                                  scaledTimeout(10000));
+        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QString("abc"), scaledTimeout(10000));
         m_app->appState()->setSearchQuery(QString());
         QVERIFY(pressKeys("alt+2"));
         QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, scaledTimeout(10000));
