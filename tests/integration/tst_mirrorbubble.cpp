@@ -162,7 +162,10 @@ private Q_SLOTS:
     void savedFrameIsKeptOnAPresentMonitor()
     {
         QFETCH(bool, removeRight);
-        const auto removeMonitors = [] { run("xrandr --delmonitor RIGHT"); run("xrandr --delmonitor LEFT"); };
+        const auto removeMonitors = [] {
+            run("xrandr --delmonitor RIGHT");
+            run("xrandr --delmonitor LEFT");
+        };
         removeMonitors();
         const auto cleanUp = qScopeGuard(removeMonitors);
         QVERIFY(run(QStringLiteral("xrandr --setmonitor LEFT 960/254x600/159+0+0 screen")));

@@ -75,44 +75,47 @@ private Q_SLOTS:
         QTest::addColumn<QString>("snapshotStatus");
 
         const QString none;
-        const auto row = [](const char *name, const QString &saved, QStringList script) -> auto & {
-            return QTest::addRow("%s", name) << saved << script;
+        const auto row = [](const char *name, const QString &saved, const QStringList &script,
+                            const QString &state, const QString &running, const QString &announced,
+                            const QString &starts, const QString &snapshot) {
+            QTest::addRow("%s", name)
+                << saved << script << state << running << announced << starts << snapshot;
         };
-        row("no camera: nothing selected, start ends in noCamera", "A", {"unplug", "start"})
-            << "noCamera" << none << "-" << none << none;
-        row("refused device nodes: permissionDenied without a start", "A", {"auth:denied", "start"})
-            << "permissionDenied" << none << none << none << none;
-        row("unknown permission: failed with the reason", "A", {"auth:unknown", "start"})
-            << "failed: " + MirrorCameraEngine::unknownPermissionMessage() << none << none << none << none;
-        row("start runs the saved camera; a snap copies a PNG", "B", {"start", "snap"})
-            << "running" << "B" << none << "B" << MirrorCameraEngine::copiedMessage();
-        row("a new selection while running moves the session", "B", {"start", "select:A"})
-            << "running" << "A" << "A" << "B A" << none;
-        row("selecting the running camera again does not restart", "A", {"start", "select:A"})
-            << "running" << "A" << none << "A" << none;
+        row("no camera: nothing selected, start ends in noCamera", "A", {"unplug", "start"}, "noCamera", none,
+            "-", none, none);
+        row("refused device nodes: permissionDenied without a start", "A", {"auth:denied", "start"},
+            "permissionDenied", none, none, none, none);
+        row("unknown permission: failed with the reason", "A", {"auth:unknown", "start"},
+            "failed: " + MirrorCameraEngine::unknownPermissionMessage(), none, none, none, none);
+        row("start runs the saved camera; a snap copies a PNG", "B", {"start", "snap"}, "running", "B", none,
+            "B", MirrorCameraEngine::copiedMessage());
+        row("a new selection while running moves the session", "B", {"start", "select:A"}, "running", "A",
+            "A", "B A", none);
+        row("selecting the running camera again does not restart", "A", {"start", "select:A"}, "running", "A",
+            none, "A", none);
         row("a switch while starting ends on the new camera", "A",
-            {"hold", "start", "waitStarts:1", "select:B", "release", "waitStarts:2", "release"})
-            << "running" << "B" << "B" << "A B" << none;
+            {"hold", "start", "waitStarts:1", "select:B", "release", "waitStarts:2", "release"}, "running",
+            "B", "B", "A B", none);
         row("switching back while the switch starts ends on the camera chosen last", "A",
-            {"start", "hold", "select:B", "waitStarts:2", "select:A", "release", "waitStarts:3", "release"})
-            << "running" << "A" << "B A" << "A B A" << none;
+            {"start", "hold", "select:B", "waitStarts:2", "select:A", "release", "waitStarts:3", "release"},
+            "running", "A", "B A", "A B A", none);
         row("a stop while starting stays stopped when the camera comes up late", "A",
-            {"hold", "start", "waitStarts:1", "stop", "release", "snap"})
-            << "stopped" << none << none << "A" << MirrorCameraEngine::startFirstMessage();
+            {"hold", "start", "waitStarts:1", "stop", "release", "snap"}, "stopped", none, none, "A",
+            MirrorCameraEngine::startFirstMessage());
         row("a camera the session cannot add keeps the running id", "A",
-            {"start", "next:cannotAdd", "select:B"})
-            << "failed: " + MirrorCameraEngine::cannotUseMessage() << "A" << "B" << "A B" << none;
+            {"start", "next:cannotAdd", "select:B"}, "failed: " + MirrorCameraEngine::cannotUseMessage(), "A",
+            "B", "A B", none);
         row("a device input that fails shows the camera's words and keeps the id", "A",
-            {"start", "next:inputFailed:Device is busy", "select:B"})
-            << "failed: Device is busy" << "A" << "B" << "A B" << none;
-        row("a session that does not run clears the id", "A", {"start", "next:notRunning", "select:B"})
-            << "failed: " + MirrorCameraEngine::didNotStartMessage() << none << "B" << "A B" << none;
-        row("stop clears the id and the snap status", "A", {"blank", "start", "snap", "stop"})
-            << "stopped" << none << none << "A" << none;
+            {"start", "next:inputFailed:Device is busy", "select:B"}, "failed: Device is busy", "A", "B",
+            "A B", none);
+        row("a session that does not run clears the id", "A", {"start", "next:notRunning", "select:B"},
+            "failed: " + MirrorCameraEngine::didNotStartMessage(), none, "B", "A B", none);
+        row("stop clears the id and the snap status", "A", {"blank", "start", "snap", "stop"}, "stopped",
+            none, none, "A", none);
         row("a saved camera that is gone is replaced by the first; a snap while stopped copies nothing", "X",
-            {"snap"}) << "idle" << none << "A" << none << MirrorCameraEngine::startFirstMessage();
-        row("a snap without image data says so", "A", {"blank", "start", "snap"})
-            << "running" << "A" << none << "A" << MirrorCameraEngine::missingDataMessage();
+            {"snap"}, "idle", none, "A", none, MirrorCameraEngine::startFirstMessage());
+        row("a snap without image data says so", "A", {"blank", "start", "snap"}, "running", "A", none, "A",
+            MirrorCameraEngine::missingDataMessage());
     }
 
     void stateMachine()

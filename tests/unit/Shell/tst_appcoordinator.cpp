@@ -83,8 +83,7 @@ private slots:
         makeCoordinator(QUrl(QStringLiteral("http://127.0.0.1:%1/appcast.xml").arg(silent.serverPort())));
         m_coordinator->checkForUpdates();
         QTRY_VERIFY(silent.hasPendingConnections());
-        QVERIFY(state()->isCheckingForUpdates());
-        QVERIFY(state()->updateMessage().isEmpty());
+        QVERIFY(state()->isCheckingForUpdates() && state()->updateMessage().isEmpty());
     }
 
     // The tray, the hub, the shortcut and the command line all toggle through here; quitting undoes both.
@@ -119,8 +118,8 @@ private slots:
         QCOMPARE(covers->covers().constFirst()->configuration().fill, DesktopFill::solidInk);
         const QPointer<DesktopCoverWindow> before = covers->covers().constFirst();
         state()->setDesktopCoverConsumesClicks(false);
-        QVERIFY(!before); // while hidden, every cover is replaced
-        QVERIFY(!covers->covers().constFirst()->configuration().consumesClicks);
+        // While hidden, every cover is replaced.
+        QVERIFY(!before && !covers->covers().constFirst()->configuration().consumesClicks);
 
         covers->reveal(); // as a double click on a cover does
         QVERIFY(!state()->desktopHidden() && covers->covers().isEmpty());
@@ -239,13 +238,11 @@ private slots:
         copyElsewhere("new");
         m_coordinator->clearHistory();
         QCOMPARE(state()->clipboardStatusMessage(), QStringLiteral("History cleared. Pinned items kept."));
-        QCOMPARE(state()->clipboardEntries().size(), 1);
-        QCOMPARE(state()->clipboardEntries().first().title, QStringLiteral("keep me"));
+        QCOMPARE(state()->clipboardEntries().value(0).title, QStringLiteral("keep me"));
 
         makeCoordinator();
         QCOMPARE(state()->clipboardEntries().size(), 1);
-        QVERIFY(state()->selectedClipboardEntryID().isNull());
-        QVERIFY(state()->clipboardStatusMessage().isNull());
+        QVERIFY(state()->selectedClipboardEntryID().isNull() && state()->clipboardStatusMessage().isNull());
     }
 
     void unreadableHistoryFallsBackToMemoryAndIsLeftAlone()
@@ -261,8 +258,7 @@ private slots:
                  QStringLiteral("Clipboard history is running without persistence."));
         QVERIFY(!m_coordinator->clipboardStore()->isPersistent());
         m_coordinator->start();
-        QCOMPARE(m_notifier->bodies.size(), 1);
-        QVERIFY(m_notifier->bodies.first().contains(history.filePath()));
+        QVERIFY(m_notifier->bodies.size() == 1 && m_notifier->bodies.first().contains(history.filePath()));
 
         copyElsewhere("kept in memory");
         QCOMPARE(state()->clipboardEntries().size(), 1);
