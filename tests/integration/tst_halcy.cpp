@@ -6,8 +6,6 @@
 
 #include <QTest>
 
-#include <algorithm>
-
 namespace {
 
 QString toolOutput(const QString &program, const QStringList &arguments)
@@ -19,16 +17,6 @@ QString toolOutput(const QString &program, const QStringList &arguments)
 QString shownWindows(const QString &name)
 {
     return toolOutput("xdotool", {"search", "--onlyvisible", "--name", name, "getwindowgeometry", "%@"});
-}
-
-// Whether the tray host holds a window of halcy's.
-bool trayIconDocked()
-{
-    const QStringList trays =
-        toolOutput("xdotool", {"search", "--class", "trayer"}).split(u'\n', Qt::SkipEmptyParts);
-    return std::any_of(trays.begin(), trays.end(), [](const QString &id) {
-        return toolOutput("xwininfo", {"-tree", "-id", id}).contains(QLatin1String("(\"halcy\" "));
-    });
 }
 
 // Read beside the running app the way a backup tool would; empty when there is none.
@@ -53,32 +41,28 @@ private slots:
     {
         if (qEnvironmentVariableIsEmpty("DISPLAY"))
             QSKIP("needs the desktop session of scripts/desktop-session.sh");
-        HALCY_REQUIRE_TOOLS("xdotool", "xwininfo", "xclip", "sqlite3");
+        HALCY_REQUIRE_TOOLS("xdotool", "xclip", "sqlite3");
     }
 
     void verbsReachTheRunningInstance_data()
     {
         QTest::addColumn<QString>("verb");
         QTest::addColumn<QString>("window");
-        QTest::addColumn<QString>("geometry");
-        QTest::addRow("no verb opens the hub, show closes it")
-            << "show" << QStringLiteral("^Halcy$") << "344x560";
-        QTest::addRow("toggle-mirror") << "toggle-mirror" << QStringLiteral("Halcy Mirror") << "Geometry";
+        QTest::addRow("no verb opens the hub, show closes it") << "show" << QStringLiteral("^Halcy$");
+        QTest::addRow("toggle-mirror") << "toggle-mirror" << QStringLiteral("Halcy Mirror");
     }
 
     void verbsReachTheRunningInstance()
     {
         QFETCH(QString, verb);
         QFETCH(QString, window);
-        QFETCH(QString, geometry);
         QVERIFY2(running(), qPrintable(m_halcy.log()));
-        QTRY_VERIFY_WITH_TIMEOUT(trayIconDocked(), scaledTimeout(10000));
         for (const bool opens : {true, false}) {
             QString output;
             QCOMPARE(m_halcy.runClient(verb == "show" && opens ? QStringList() : QStringList{verb}, &output),
                      0);
             QVERIFY2(output.contains("already running"), qPrintable(output));
-            QTRY_COMPARE_WITH_TIMEOUT(shownWindows(window).contains(geometry), opens, scaledTimeout(10000));
+            QTRY_COMPARE_WITH_TIMEOUT(!shownWindows(window).isEmpty(), opens, scaledTimeout(10000));
         }
     }
 

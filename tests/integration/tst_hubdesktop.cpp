@@ -116,8 +116,7 @@ private slots:
         // Alt+2 pastes the second entry into that application.
         QVERIFY(openHubWithShortcut());
         QVERIFY(xdotool({"type", "--delay", "40", "abc"}));
-        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QStringLiteral("abc"),
-                                  scaledTimeout(10000));
+        QTRY_COMPARE_WITH_TIMEOUT(m_app->appState()->searchQuery(), QString("abc"), scaledTimeout(10000));
         m_app->appState()->setSearchQuery(QString());
         QVERIFY(pressKeys("alt+2"));
         QTRY_COMPARE_WITH_TIMEOUT(peerText(field), picked, scaledTimeout(10000));
@@ -128,8 +127,7 @@ private slots:
         QVERIFY(openHubWithShortcut());
         QTRY_VERIFY_WITH_TIMEOUT(rowItem(newest), scaledTimeout(10000));
         QQuickItem *row = rowItem(newest);
-        QVERIFY(
-            clickAt(view()->mapToGlobal(row->mapToScene({row->width() / 2, row->height() / 2}).toPoint())));
+        QVERIFY(clickAt(view()->mapToGlobal(row->mapToScene(row->boundingRect().center()).toPoint())));
         QTRY_COMPARE_WITH_TIMEOUT(xclipOutput(), std::optional<QByteArray>(newest.toUtf8()),
                                   scaledTimeout(10000));
         QVERIFY(hub()->isShown());
@@ -150,17 +148,13 @@ private slots:
 private:
     HubPopover *hub() const { return m_app->statusItemController()->popover(); }
     QQuickView *view() const { return hub()->view(); }
-    QQuickItem *item(const QString &name) const
-    {
-        return view()->rootObject()->findChild<QQuickItem *>(name);
-    }
+    QQuickItem *item(const QString &id) const { return view()->rootObject()->findChild<QQuickItem *>(id); }
     QQuickItem *rowItem(const QString &title) const
     {
         const auto rows = item("historyList")->property("contentItem").value<QQuickItem *>()->childItems();
-        for (QQuickItem *row : rows) {
+        for (QQuickItem *row : rows)
             if (row->property("title").toString() == title && row->isVisible())
                 return row;
-        }
         return nullptr;
     }
     bool openHubWithShortcut()

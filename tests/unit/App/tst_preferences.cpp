@@ -75,8 +75,7 @@ private slots:
         row("colour with three numbers falls back", "desktopSolidColor", QJsonArray{1, 0, 0}, ink);
         row("colour as string falls back", "desktopSolidColor", "#ff0000", ink);
         row("colour with a non-number falls back", "desktopSolidColor", QJsonArray{1, 0, "0", 1}, ink);
-        row("colour with a Boolean component falls back", "desktopSolidColor", QJsonArray{true, 0, 0, 1},
-            ink);
+        row("colour with a Boolean falls back", "desktopSolidColor", QJsonArray{true, 0, 0, 1}, ink);
     }
 
     void storedValuesAreValidated()
