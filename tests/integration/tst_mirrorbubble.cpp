@@ -4,10 +4,10 @@
 #include "Mirror/MirrorCameraEngine.h"
 #include "Mirror/MirrorGeometry.h"
 #include "Mirror/MirrorWindowController.h"
+#include "PeerProcess.h"
 #include "TestTime.h"
 #include "X11TestMain.h"
 
-#include <QProcess>
 #include <QQuickView>
 #include <QRasterWindow>
 #include <QScreen>
@@ -60,9 +60,8 @@ struct Bubble
 bool run(const QString &commandLine)
 {
     QStringList arguments = commandLine.split(u' ');
-    QProcess process;
-    process.start(arguments.takeFirst(), arguments);
-    return process.waitForFinished(scaledTimeout(30000)) && process.exitCode() == 0;
+    const QString program = arguments.takeFirst();
+    return runTool(program, arguments, {}, 30000).value_or(ToolResult()).exitCode == 0;
 }
 
 } // namespace
