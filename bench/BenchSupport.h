@@ -167,7 +167,8 @@ inline ClipboardHistoryEntry entryFromCapture(const ClipboardCapture &capture, c
     entry.sourceAppName = capture.sourceAppName;
     entry.timestamp = when;
     entry.isPinned = pinned;
-    entry.textContent = capture.textContent;
+    if (capture.textContent)
+        entry.textContent = QString::fromUtf8(*capture.textContent);
     entry.fileURLStrings = capture.fileURLStrings;
     entry.imageBookmark = capture.imageBookmark;
     return entry;

@@ -1,5 +1,7 @@
 #include "Clipboard/ClipboardCapture.h"
 
+#include "Core/Utf8Text.h"
+
 #include <QBuffer>
 #include <QCryptographicHash>
 #include <QImageReader>
@@ -62,10 +64,9 @@ bool isColorCode(QStringView text)
     return std::all_of(text.begin(), text.end(), isHexDigit);
 }
 
-bool containsSpaceOrControl(QStringView text)
+bool isSpaceOrControl(QChar c)
 {
-    return std::any_of(text.begin(), text.end(),
-                       [](QChar c) { return c.isSpace() || c.category() == QChar::Other_Control; });
+    return c.isSpace() || c.category() == QChar::Other_Control;
 }
 
 // A link is a single token that parses as a URL whose scheme, as typed, begins with "http". Text with
@@ -73,52 +74,38 @@ bool containsSpaceOrControl(QStringView text)
 // is refused before parsing. Tolerant parsing then accepts what browsers and terminals leave unescaped
 // ("?a=1|2", "[x]") but still refuses broken hosts. QUrl lower-cases the scheme, so the prefix test runs
 // on the original characters: "HTTP://…" stays text.
-std::optional<QUrl> linkURL(QStringView trimmed)
+std::optional<QUrl> linkURL(QByteArrayView trimmed)
 {
-    if (!trimmed.startsWith(QLatin1String("http")) || containsSpaceOrControl(trimmed))
+    if (!trimmed.startsWith("http") || Utf8Text::containsAny(trimmed, isSpaceOrControl))
         return std::nullopt;
-    const QUrl url(trimmed.toString(), QUrl::TolerantMode);
+    const QString text = Utf8Text::decoded(trimmed);
+    const QUrl url(text, QUrl::TolerantMode);
     if (!url.isValid() || url.scheme().isEmpty())
         return std::nullopt;
     // The scheme must be the "http…" we saw, not a relative reference such as "httpdocs/index.html".
-    if (!trimmed.startsWith(url.scheme() + QLatin1Char(':'), Qt::CaseInsensitive))
+    if (!text.startsWith(url.scheme() + QLatin1Char(':'), Qt::CaseInsensitive))
         return std::nullopt;
     return url;
 }
 
-// Hashes `text` as UTF-8 a slice at a time, so a long text is never converted whole.
-void addUtf8(QCryptographicHash &hash, QStringView text)
-{
-    constexpr qsizetype slice = 64 * 1024;
-    for (qsizetype start = 0; start < text.size();) {
-        qsizetype length = std::min(slice, text.size() - start);
-        // A surrogate pair stays in one slice.
-        if (start + length < text.size() && text.at(start + length - 1).isHighSurrogate())
-            ++length;
-        hash.addData(text.mid(start, length).toUtf8());
-        start += length;
-    }
-}
-
 // SHA-256 over kind|text|files|bookmark|image digest, the parts as UTF-8.
-QString fingerprintOf(ClipboardContentType type, QStringView text, const QStringList &fileURLStrings,
+QString fingerprintOf(ClipboardContentType type, QByteArrayView text, const QStringList &fileURLStrings,
                       const std::optional<QString> &imageBookmark, const std::optional<QByteArray> &imageData)
 {
-    QString imageDigest;
-    if (type == ClipboardContentType::image) {
-        imageDigest = QString::fromLatin1(
-            QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex());
-    }
+    QByteArray imageDigest;
+    if (type == ClipboardContentType::image)
+        imageDigest =
+            QCryptographicHash::hash(imageData.value_or(QByteArray()), QCryptographicHash::Sha256).toHex();
     QCryptographicHash hash(QCryptographicHash::Sha256);
     hash.addData(enumName(type).toUtf8());
     hash.addData("|");
-    addUtf8(hash, text);
+    hash.addData(text);
     hash.addData("|");
-    addUtf8(hash, fileURLStrings.join(QLatin1Char('\n')));
+    hash.addData(fileURLStrings.join(QLatin1Char('\n')).toUtf8());
     hash.addData("|");
-    addUtf8(hash, imageBookmark.value_or(QString()));
+    hash.addData(imageBookmark.value_or(QString()).toUtf8());
     hash.addData("|");
-    addUtf8(hash, imageDigest);
+    hash.addData(imageDigest);
     return QString::fromLatin1(hash.result().toHex());
 }
 
@@ -138,11 +125,12 @@ QString lastPathComponent(const QString &path)
 
 } // namespace
 
-std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &string,
-                                                             const QString &sourceAppName)
+std::optional<ClipboardCapture> ClipboardCapture::fromText(QByteArray utf8, const QString &sourceAppName)
 {
+    if (!utf8.isValidUtf8())
+        utf8 = QString::fromUtf8(utf8).toUtf8();
     // A view: a long copy is not duplicated for the sake of its surrounding blanks.
-    const QStringView trimmed = QStringView(string).trimmed();
+    const QByteArrayView trimmed = Utf8Text::trimmed(utf8);
     if (trimmed.isEmpty())
         return std::nullopt;
 
@@ -150,10 +138,11 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     if (const auto url = linkURL(trimmed)) {
         capture.type = ClipboardContentType::link;
         const QString host = url->host();
-        capture.title = host.isEmpty() ? trimmed.toString() : host;
-    } else if (isColorCode(trimmed)) {
+        capture.title = host.isEmpty() ? Utf8Text::decoded(trimmed) : host;
+    } else if (const QString code = trimmed.size() <= 9 ? Utf8Text::decoded(trimmed) : QString();
+               isColorCode(code)) {
         capture.type = ClipboardContentType::color;
-        capture.title = trimmed.toString().toUpper();
+        capture.title = code.toUpper();
     } else {
         capture.type = ClipboardContentType::text;
         capture.title = shortened(trimmed, titleLimit);
@@ -161,10 +150,11 @@ std::optional<ClipboardCapture> ClipboardCapture::fromString(const QString &stri
     capture.preview = shortened(trimmed, previewLimit);
     capture.sourceAppName = sourceAppName;
     capture.timestamp = QDateTime::currentDateTime();
-    // Kept exactly as copied: code keeps its indentation and final newline. The fingerprint comes from
-    // the trimmed text, so copies that differ only in surrounding blanks stay one record.
-    capture.textContent = string;
+    // The fingerprint comes from the trimmed text, so copies that differ only in surrounding blanks stay
+    // one record.
     capture.fingerprint = fingerprintOf(capture.type, trimmed, {}, std::nullopt, std::nullopt);
+    // Kept exactly as copied: code keeps its indentation and final newline.
+    capture.textContent = std::move(utf8);
     return capture;
 }
 
@@ -218,15 +208,6 @@ ClipboardCapture ClipboardCapture::fromImage(const QByteArray &imageData, qint64
     return capture;
 }
 
-QString ClipboardCapture::makeFingerprint(ClipboardContentType type,
-                                          const std::optional<QString> &textContent,
-                                          const QStringList &fileURLStrings,
-                                          const std::optional<QString> &imageBookmark,
-                                          const std::optional<QByteArray> &imageData)
-{
-    return fingerprintOf(type, textContent.value_or(QString()), fileURLStrings, imageBookmark, imageData);
-}
-
 QString ClipboardCapture::shortened(QStringView text, int limit)
 {
     limit = std::max(limit, 0);
@@ -237,4 +218,21 @@ QString ClipboardCapture::shortened(QStringView text, int limit)
     // Joining lines can merge clusters (a space followed by a combining mark), so count again.
     const qsizetype keep = graphemePrefix(line, limit).first;
     return line.left(keep) + QLatin1String("...");
+}
+
+QString ClipboardCapture::shortened(QByteArrayView utf8, int limit)
+{
+    limit = std::max(limit, 0);
+    // Room for the limit's characters in any script; a text of long combining sequences takes more rounds.
+    qsizetype window = qsizetype(limit + 1) * 16 + 256;
+    for (;;) {
+        if (window >= utf8.size())
+            return shortened(Utf8Text::decoded(utf8), limit);
+        const QString start = Utf8Text::decoded(utf8.first(Utf8Text::characterStart(utf8, window)));
+        // Once the characters past the limit end inside the start, the rest cannot change them.
+        const auto [end, count] = graphemePrefix(start, limit + 1);
+        if (count > limit && end < start.size())
+            return shortened(start, limit);
+        window *= 2;
+    }
 }

@@ -131,7 +131,7 @@ std::optional<ClipboardCapture> ClipboardMonitor::buildCapture(const PasteboardC
     if (!content.fileURLs.isEmpty())
         return ClipboardCapture::fromFileURLs(content.fileURLs, QString());
     if (content.text)
-        return ClipboardCapture::fromString(*content.text, QString());
+        return ClipboardCapture::fromText(*content.text, QString());
     if (content.imagePNG)
         return ClipboardCapture::fromImage(*content.imagePNG, content.changeCount, QString());
     return std::nullopt;

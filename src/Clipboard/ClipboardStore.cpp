@@ -5,6 +5,7 @@
 #include "Clipboard/HistorySchema.h"
 #include "Clipboard/HistoryWriter.h"
 #include "Core/Logging.h"
+#include "Core/Utf8Text.h"
 #include "Platform/ProcessMemory.h"
 
 #include <QCoreApplication>
@@ -67,14 +68,15 @@ QVariant optionalText(const std::optional<QString> &text)
     return text ? QVariant(*text) : QVariant(QMetaType::fromType<QString>());
 }
 
-// Bound as bytes and cast back to text by the statement. An empty text stays an empty text, not NULL.
-QVariant utf8Text(const std::optional<QString> &text)
+// Bound as bytes, which SQLite takes without a copy, and cast back to text by the statement. An empty
+// text stays an empty text, not NULL.
+QVariant utf8Text(const std::optional<QByteArray> &text)
 {
     if (!text)
         return QVariant(QMetaType::fromType<QString>());
     if (text->isEmpty())
         return QStringLiteral("");
-    return text->toUtf8();
+    return *text;
 }
 
 QVariant optionalBytes(const std::optional<QByteArray> &bytes)
@@ -140,7 +142,7 @@ QString idText(const QUuid &id)
 // How much memory a capture's content takes, to know when freeing it is worth handing back.
 qint64 payloadBytes(const ClipboardCapture &capture)
 {
-    return (capture.textContent ? capture.textContent->size() * qint64(sizeof(QChar)) : 0) +
+    return (capture.textContent ? capture.textContent->size() : 0) +
            (capture.imageData ? capture.imageData->size() : 0);
 }
 
@@ -392,21 +394,25 @@ ClipboardStore::Write ClipboardStore::insertion(const ClipboardCapture &capture)
         if (capture.fingerprint.isEmpty())
             return fail(error, QStringLiteral("%1: it has no fingerprint.").arg(QLatin1String(what)));
 
-        // What the announcement will carry, taken before the text is let go.
+        // What the announcement will carry. A text with more bytes than three per UTF-16 unit of the
+        // inline limit stays in the store whatever it holds, so it is never decoded whole.
         ClipboardHistoryEntry entry = [&capture] {
+            const bool surelyLeftInStore =
+                capture.textContent &&
+                capture.textContent->size() > 3 * ClipboardHistoryEntry::inlineTextLength;
             ClipboardRecord record;
             record.title = nonNull(capture.title);
             record.preview = nonNull(capture.preview);
             record.typeRawValue = enumName(capture.type);
             record.sourceAppName = nonNull(capture.sourceAppName);
-            record.textContent = capture.textContent;
+            if (capture.textContent && !surelyLeftInStore)
+                record.textContent = Utf8Text::decoded(*capture.textContent);
             record.fileURLStrings = capture.fileURLStrings;
             record.imageBookmark = capture.imageBookmark;
-            return record.toEntry();
+            ClipboardHistoryEntry entry = record.toEntry();
+            entry.textLeftInStore = entry.textLeftInStore || surelyLeftInStore;
+            return entry;
         }();
-        // SQLite keeps text as UTF-8 and would convert a UTF-16 binding in a buffer twice its size, with the
-        // UTF-16 copy still held. Converted here instead, and the UTF-16 copy let go before SQLite builds
-        // the row.
         const QVariant text = utf8Text(std::exchange(capture.textContent, std::nullopt));
 
         Transaction transaction(database);

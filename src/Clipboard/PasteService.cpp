@@ -104,7 +104,7 @@ bool PasteService::adopt(const PasteboardContent &content)
     for (const auto &[type, bytes] : content.everyType)
         mime->setData(type, bytes);
     if (content.text)
-        mime->setText(*content.text);
+        mime->setText(QString::fromUtf8(*content.text));
     if (mime->formats().isEmpty())
         return false;
     mime->setData(PasteboardTypes::ownPasteMarker, QByteArrayLiteral("1"));

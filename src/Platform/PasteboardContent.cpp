@@ -1,6 +1,7 @@
 #include "Platform/PasteboardContent.h"
 
 #include "Core/Logging.h"
+#include "Core/Utf8Text.h"
 
 #include <QBuffer>
 #include <QImage>
@@ -15,20 +16,6 @@ const QString gnomeCopiedFiles = QStringLiteral("x-special/gnome-copied-files");
 const QString plainText = QStringLiteral("text/plain");
 const QString png = QStringLiteral("image/png");
 const QString tiff = QStringLiteral("image/tiff");
-
-bool isBlank(const QString &text)
-{
-    return std::all_of(text.cbegin(), text.cend(), [](QChar c) { return c.isSpace(); });
-}
-
-QString decodeText(const QByteArray &bytes)
-{
-    // Some owners send C strings, terminator included.
-    qsizetype end = bytes.size();
-    while (end > 0 && bytes.at(end - 1) == '\0')
-        --end;
-    return QString::fromUtf8(bytes.constData(), end);
-}
 
 std::optional<QByteArray> encodePNG(const QImage &image)
 {
@@ -101,12 +88,12 @@ PasteboardContent PasteboardContent::read(qint64 changeCount, const QStringList 
     }
 
     if (types.contains(plainText)) {
-        const PasteboardData data = fetch(plainText, PasteboardLimits::maxTextBytes);
+        PasteboardData data = fetch(plainText, PasteboardLimits::maxTextBytes);
         if (endsRead(plainText, data))
             return content;
         if (data.outcome == PasteboardData::Outcome::received) {
-            QString text = decodeText(data.bytes);
-            if (!isBlank(text)) {
+            QByteArray text = PasteboardContent::cleanedText(std::move(data.bytes));
+            if (!Utf8Text::trimmed(text).isEmpty()) {
                 content.text = std::move(text);
                 return content;
             }
@@ -157,6 +144,18 @@ PasteboardContent PasteboardContent::read(qint64 changeCount, const QStringList 
         return content;
     }
     return content;
+}
+
+QByteArray PasteboardContent::cleanedText(QByteArray utf8)
+{
+    // Some owners send C strings, terminator included.
+    qsizetype end = utf8.size();
+    while (end > 0 && utf8.at(end - 1) == '\0')
+        --end;
+    utf8.truncate(end);
+    if (utf8.startsWith("\xEF\xBB\xBF"))
+        utf8.remove(0, 3);
+    return utf8;
 }
 
 QList<QUrl> PasteboardContent::fileURLsFromURIList(const QByteArray &uriList)

@@ -61,7 +61,8 @@ struct PasteboardContent
     // Targets offered, without the selection protocol's own; text targets appear as text/plain.
     QStringList types;
     QList<QUrl> fileURLs;
-    std::optional<QString> text;
+    // UTF-8, as the owner sent it but for a C string's terminator and a byte order mark.
+    std::optional<QByteArray> text;
     std::optional<QByteArray> imagePNG;
     // With keepEveryType: every other type offered, as the owner sent it, text targets left out when
     // `text` holds the text.
@@ -81,6 +82,9 @@ struct PasteboardContent
     static PasteboardContent read(qint64 changeCount, const QStringList &types,
                                   const std::function<bool(const QStringList &)> &isExcluded,
                                   const Fetch &fetch);
+
+    // Text bytes as `text` holds them: a C string's terminator and a leading byte order mark dropped.
+    static QByteArray cleanedText(QByteArray utf8);
 
     // The local files of a text/uri-list; comments, blank lines and other URLs are left out.
     static QList<QUrl> fileURLsFromURIList(const QByteArray &uriList);

@@ -369,7 +369,7 @@ void X11ClipboardSession::readEveryType(PasteboardContent &content)
     if (!content.text) {
         const PasteboardData text = fetch(QStringLiteral("text/plain"), PasteboardLimits::maxTextBytes);
         if (text.outcome == PasteboardData::Outcome::received)
-            content.text = QString::fromUtf8(text.bytes);
+            content.text = PasteboardContent::cleanedText(text.bytes);
     }
     qsizetype budget = PasteboardLimits::maxImageBytes;
     for (auto offered = m_offered.cbegin(); offered != m_offered.cend() && budget > 0; ++offered) {

@@ -17,10 +17,10 @@ private slots:
         QTest::addColumn<QString>("recorded"); // "type: title"; empty: nothing is captured
         QTest::addColumn<QString>("preview");
         QTest::addColumn<QString>("fingerprint"); // empty: not checked
-        QTest::addColumn<std::optional<QString>>("text");
+        QTest::addColumn<std::optional<QByteArray>>("text");
         const auto add = [](const char *name, const std::optional<ClipboardCapture> &capture,
                             const char *type, const QString &title, const QString &preview,
-                            const char *fingerprint, const std::optional<QString> &text = {}) {
+                            const char *fingerprint, const std::optional<QByteArray> &text = {}) {
             QTest::newRow(name) << capture << (*type ? QString::fromLatin1(type) + ": " + title : QString())
                                 << preview << QString::fromLatin1(fingerprint) << text;
         };
@@ -30,7 +30,7 @@ private slots:
                                 const char *fingerprint = "") {
             add(name, ClipboardCapture::fromString(input, QStringLiteral("Terminal")), type,
                 title.isNull() ? input.trimmed() : title, preview.isNull() ? input.trimmed() : preview,
-                fingerprint, input);
+                fingerprint, input.toUtf8());
         };
         // Digests computed outside Qt, e.g. printf 'link|https://example.com/path?q=1|||' | sha256sum
         row("https with host is a link titled by host", "  https://example.com/path?q=1\n", "link",
@@ -55,6 +55,16 @@ private slots:
             digits.left(140) + "...");
         row("empty is not captured", QString(), "");
         row("blanks are not captured", QStringLiteral("\n\t \r\n\u00A0"), "");
+        row("blanks past the first slice at both ends are trimmed",
+            QString(5000, u' ') + QStringLiteral("\u3000x\u00A0") + QString(5000, u'\n'), "text", "x", "x",
+            "0d6c1f42804c751e3b54d4331a33a8d0f9a54dedfadd88ce43510acb67436de2");
+        // 201 UTF-8 bytes a character: the title's characters are not all in the first bytes decoded.
+        const QString cluster = QStringLiteral("a") + QString(100, QChar(0x0301));
+        row("long clusters past the first bytes decoded", cluster.repeated(200), "text",
+            cluster.repeated(72) + "...", cluster.repeated(140) + "...");
+        add("broken UTF-8 is repaired", ClipboardCapture::fromText("caf\xe9", QStringLiteral("Terminal")),
+            "text", QStringLiteral("caf\uFFFD"), QStringLiteral("caf\uFFFD"), "",
+            QStringLiteral("caf\uFFFD").toUtf8());
         const auto files = [&add](const char *name, const QStringList &urls, const char *title,
                                   const QString &preview, const char *fingerprint) {
             add(name, ClipboardCapture::fromFileURLs(QUrl::fromStringList(urls), QStringLiteral("Terminal")),
@@ -86,7 +96,7 @@ private slots:
         QFETCH(QString, recorded);
         QFETCH(QString, preview);
         QFETCH(QString, fingerprint);
-        QFETCH(std::optional<QString>, text);
+        QFETCH(std::optional<QByteArray>, text);
 
         QCOMPARE(capture ? enumName(capture->type) + ": " + capture->title : QString(), recorded);
         if (!capture)
