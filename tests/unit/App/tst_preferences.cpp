@@ -53,6 +53,8 @@ private slots:
         row("paused reads leniently: yes", "clipboardPaused", "yes", true);
         row("paused reads leniently: junk is false", "clipboardPaused", "maybe", false);
         row("known shape is read", "mirrorShape", "circle", QVariant::fromValue(MirrorShape::circle));
+        row("paste mode is read", "defaultPasteMode", "plainText", QVariant::fromValue(PasteMode::plainText));
+        row("known fill is read", "hideDesktopFill", "blur", QVariant::fromValue(DesktopFill::blur));
         row("unknown shape falls back", "mirrorShape", "hexagon", roundedRectangle);
         row("shape matching is exact", "mirrorShape", "Circle", roundedRectangle);
         row("colour is read", "desktopSolidColor", QJsonArray{0.25, 0.5, 0.75, 1},
@@ -73,30 +75,25 @@ private slots:
         QCOMPARE(AppState(&preferences).property(qPrintable(field)), expected);
     }
 
-    // Whatever file was there: none, one whose other keys stay, or an unreadable one, set aside as it was.
+    // Whatever file was there: its other keys stay, or, unreadable, it is set aside as it was.
     void settersAndResetWriteTypedValuesUnderHalcyKeys_data()
     {
         QTest::addColumn<QByteArray>("bytes");
-        QTest::addColumn<bool>("setAside");
         QTest::addColumn<QJsonObject>("kept");
         const QJsonObject others{{"Halcy.hasCompletedOnboarding", true}};
-        QTest::addRow("no file") << QByteArray() << false << QJsonObject();
-        QTest::addRow("keys of others") << QJsonDocument(others).toJson() << false << others;
-        QTest::addRow("truncated JSON")
-            << QByteArray("{\"Halcy.clipboardEnabled\": fal") << true << QJsonObject();
-        QTest::addRow("JSON array instead of object") << QByteArray("[1, 2, 3]") << true << QJsonObject();
+        QTest::addRow("keys of others") << QJsonDocument(others).toJson() << others;
+        QTest::addRow("truncated JSON") << QByteArray("{\"Halcy.clipboardEnabled\": fal") << QJsonObject();
+        QTest::addRow("JSON array instead of object") << QByteArray("[1, 2, 3]") << QJsonObject();
     }
     void settersAndResetWriteTypedValuesUnderHalcyKeys()
     {
         QFETCH(QByteArray, bytes);
-        QFETCH(bool, setAside);
         QFETCH(QJsonObject, kept);
-        if (!bytes.isNull())
-            writeFile(bytes);
+        writeFile(bytes);
         Preferences preferences;
         AppState state(&preferences);
         QFile aside(preferences.setAsidePath());
-        QCOMPARE(aside.open(QIODevice::ReadOnly) ? aside.readAll() : "", setAside ? bytes : "");
+        QCOMPARE(aside.open(QIODevice::ReadOnly) ? aside.readAll() : "", kept.isEmpty() ? bytes : "");
         QCOMPARE(QFile::exists(path()), !kept.isEmpty()); // nothing is written until a value is set
 
         QSignalSpy shapeSpy(&state, &AppState::mirrorShapeChanged);
