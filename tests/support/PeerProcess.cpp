@@ -2,8 +2,8 @@
 
 #include "TestTime.h"
 
-#include <QDebug>
 #include <QDeadlineTimer>
+#include <QDebug>
 #include <QEventLoop>
 #include <QTimer>
 
