@@ -28,8 +28,7 @@ QColor pixelOnScreen(int x, int y)
 
 bool xrandr(const QStringList &arguments)
 {
-    const std::optional<ToolResult> result = runTool(QStringLiteral("xrandr"), arguments);
-    return result && result->exitCode == 0;
+    return runTool(QStringLiteral("xrandr"), arguments).value_or(ToolResult()).exitCode == 0;
 }
 
 // A plain X window of the given _NET_WM_WINDOW_TYPE, made with raw requests as any other program
