@@ -1,8 +1,8 @@
 #include "Mirror/MicrophoneLevelMonitor.h"
+#include "PeerProcess.h"
 #include "TestTime.h"
 
 #include <QGuiApplication>
-#include <QProcess>
 #include <QSignalSpy>
 #include <QTest>
 
@@ -14,7 +14,8 @@ class tst_MicrophoneLevelMonitor : public QObject
 private Q_SLOTS:
     void initTestCase()
     {
-        if (QProcess::execute(QStringLiteral("pactl"), {QStringLiteral("info")}) != 0)
+        const auto info = runTool(QStringLiteral("pactl"), {QStringLiteral("info")});
+        if (!info || info->exitCode != 0)
             QSKIP("needs the PulseAudio of scripts/desktop-session.sh");
     }
 

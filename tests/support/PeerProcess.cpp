@@ -3,6 +3,7 @@
 #include "TestTime.h"
 
 #include <QDeadlineTimer>
+#include <QDebug>
 #include <QEventLoop>
 #include <QTimer>
 
@@ -45,7 +46,12 @@ bool PeerProcess::start(const QStringList &arguments, int timeoutMs)
 {
     m_process.start(m_program, arguments);
     m_readyLine = readLine(timeoutMs).value_or(QString());
-    return m_readyLine.startsWith(QLatin1String("ready"));
+    if (m_readyLine.startsWith(QLatin1String("ready")))
+        return true;
+    // A failed start is reported by the caller's QVERIFY; this says why.
+    qWarning().noquote() << m_program << arguments.join(QLatin1Char(' ')) << "did not get ready; said"
+                         << m_readyLine << "and on stderr:" << m_process.readAllStandardError();
+    return false;
 }
 
 std::optional<QString> PeerProcess::readLine(int timeoutMs)

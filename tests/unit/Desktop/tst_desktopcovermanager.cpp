@@ -10,20 +10,6 @@
 
 Q_DECLARE_METATYPE(DesktopCoverConfiguration)
 
-namespace {
-
-DesktopCoverConfiguration configuration(bool consumesClicks, bool doubleClickReveals,
-                                        QColor color = brandInkColor())
-{
-    DesktopCoverConfiguration c;
-    c.consumesClicks = consumesClicks;
-    c.doubleClickReveals = doubleClickReveals;
-    c.solidColor = color;
-    return c;
-}
-
-} // namespace
-
 // The manager on the offscreen platform, with a virtual desktop switch the test makes itself.
 class TestDesktopCoverManager final : public QObject
 {
@@ -44,32 +30,28 @@ private slots:
 
     void configurationsCompareByRgbComponents_data()
     {
-        QTest::addColumn<DesktopCoverConfiguration>("a");
-        QTest::addColumn<DesktopCoverConfiguration>("b");
+        QTest::addColumn<DesktopCoverConfiguration>("other");
         QTest::addColumn<bool>("equal");
-        const DesktopCoverConfiguration base;
-        DesktopCoverConfiguration blur;
-        blur.fill = DesktopFill::blur;
-        QTest::addRow("defaults") << base << configuration(true, false) << true;
-        QTest::addRow("ink from 8-bit components")
-            << base << configuration(true, false, {20, 21, 26}) << true;
-        QTest::addRow("same colour in another colour model")
-            << configuration(true, false, Qt::black)
-            << configuration(true, false, QColor::fromCmyk(0, 0, 0, 255)) << true;
-        QTest::addRow("fill differs") << base << blur << false;
-        QTest::addRow("click behaviour differs") << base << configuration(false, false) << false;
-        QTest::addRow("double click differs") << base << configuration(true, true) << false;
-        QTest::addRow("alpha differs")
-            << base << configuration(true, false, QColor(20, 21, 26, 128)) << false;
-        QTest::addRow("one component differs") << base << configuration(true, false, {20, 21, 27}) << false;
+        const auto row = [](const char *name, DesktopFill fill, const QColor &color, bool consumes,
+                            bool reveals, bool equal) {
+            QTest::addRow("%s", name) << DesktopCoverConfiguration{fill, color, consumes, reveals} << equal;
+        };
+        const DesktopFill wallpaper = DesktopFill::matchWallpaper;
+        row("same colour in another colour model", wallpaper, QColor::fromCmyk(0, 0, 0, 255), true, false,
+            true);
+        row("fill differs", DesktopFill::blur, Qt::black, true, false, false);
+        row("click behaviour differs", wallpaper, Qt::black, false, false, false);
+        row("double click differs", wallpaper, Qt::black, true, true, false);
+        row("alpha differs", wallpaper, QColor(0, 0, 0, 128), true, false, false);
+        row("one component differs", wallpaper, QColor(0, 0, 1), true, false, false);
     }
     void configurationsCompareByRgbComponents()
     {
-        QFETCH(DesktopCoverConfiguration, a);
-        QFETCH(DesktopCoverConfiguration, b);
+        QFETCH(DesktopCoverConfiguration, other);
         QFETCH(bool, equal);
-        QCOMPARE(a == b, equal);
-        QCOMPARE(a != b, !equal);
+        const DesktopCoverConfiguration black{DesktopFill::matchWallpaper, Qt::black, true, false};
+        QCOMPARE(black == other, equal);
+        QCOMPARE(black != other, !equal);
     }
 
     void changesRebuildOnceAfterTheLast_data()
@@ -99,22 +81,25 @@ private slots:
     // Qt's double click arrives as press, release, press, double click.
     void doubleClickRevealsOnlyWhenAsked_data()
     {
-        QTest::addColumn<DesktopCoverConfiguration>("configuration");
+        QTest::addColumn<bool>("consumesClicks");
+        QTest::addColumn<bool>("doubleClickReveals");
         QTest::addColumn<int>("presses");
         QTest::addColumn<bool>("actionOwnerAlive");
         QTest::addColumn<bool>("reveals");
-        QTest::addRow("double click with both on") << configuration(true, true) << 2 << true << true;
-        QTest::addRow("double click, reveal off") << configuration(true, false) << 2 << true << false;
-        QTest::addRow("double click on click-through covers")
-            << configuration(false, true) << 2 << true << false;
-        QTest::addRow("second press of a pair begun elsewhere")
-            << configuration(true, true) << 1 << true << false;
-        QTest::addRow("action's owner gone: covers go, nothing called")
-            << configuration(true, true) << 2 << false << true;
+        const auto row = [](const char *name, bool consumes, bool doubleClick, int presses, bool alive,
+                            bool reveals) {
+            QTest::addRow("%s", name) << consumes << doubleClick << presses << alive << reveals;
+        };
+        row("double click with both on", true, true, 2, true, true);
+        row("double click, reveal off", true, false, 2, true, false);
+        row("double click on click-through covers", false, true, 2, true, false);
+        row("second press of a pair begun elsewhere", true, true, 1, true, false);
+        row("action's owner gone: covers go, nothing called", true, true, 2, false, true);
     }
     void doubleClickRevealsOnlyWhenAsked()
     {
-        QFETCH(DesktopCoverConfiguration, configuration);
+        QFETCH(bool, consumesClicks);
+        QFETCH(bool, doubleClickReveals);
         QFETCH(int, presses);
         QFETCH(bool, actionOwnerAlive);
         QFETCH(bool, reveals);
@@ -123,7 +108,7 @@ private slots:
         m_manager->setRevealAction(owner.get(), [&called] { ++called; });
         if (!actionOwnerAlive)
             owner.reset();
-        m_manager->setConfiguration(configuration);
+        m_manager->setConfiguration({DesktopFill::solidInk, Qt::black, consumesClicks, doubleClickReveals});
         m_manager->setHidden(true);
         m_manager->rebuildCovers();
         QWindow *cover = m_manager->covers().constFirst();
@@ -145,11 +130,8 @@ private slots:
         // A wide picture on a square screen: filled by height, centred, the sides clipped.
         QImage picture(300, 100, QImage::Format_RGB32);
         picture.fill(Qt::red);
-        {
-            QPainter painter(&picture);
-            painter.fillRect(0, 0, 90, 100, Qt::green);
-            painter.fillRect(130, 30, 40, 40, Qt::blue);
-        }
+        QPainter(&picture).fillRect(0, 0, 90, 100, Qt::green);
+        QPainter(&picture).fillRect(130, 30, 40, 40, Qt::blue);
         const QImage part = DesktopBackdrop::screenPart({picture, false}, QRect(0, 0, 50, 50));
         QCOMPARE(part.size(), QSize(50, 50));
         QCOMPARE(part.pixelColor(25, 25), QColor(Qt::blue));
