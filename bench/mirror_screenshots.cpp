@@ -129,6 +129,9 @@ bool shootStates(const QString &outputDir)
                         outputDir + QLatin1Char('/') + QLatin1String(view.file) + QStringLiteral(".png")))
             return false;
         controller.close();
+        // With no event loop of its own, the tool carries out the closed view's deferred deletion, or the
+        // view would outlive the objects its bindings read.
+        QCoreApplication::sendPostedEvents(nullptr, QEvent::DeferredDelete);
     }
     return true;
 }
