@@ -23,6 +23,7 @@
 namespace {
 
 constexpr int frameSettleMs = 400;
+constexpr int screensSettleMs = 100;
 
 // The main screen first, as the placement rules want it.
 QList<QRect> visibleAreas()
@@ -49,6 +50,27 @@ MirrorWindowController::MirrorWindowController(MirrorCameraEngine *cameraEngine,
         if (m_window && m_open)
             emit frameChanged(m_window->geometry());
     });
+
+    // A monitor unplugged or shrunk under the open bubble would leave it partly or wholly out of sight.
+    m_screensSettle.setSingleShot(true);
+    m_screensSettle.setInterval(screensSettleMs);
+    connect(&m_screensSettle, &QTimer::timeout, this, [this] {
+        if (m_window && m_open)
+            setFrame(MirrorGeometry::keptOnScreen(m_window->geometry(), visibleAreas()));
+    });
+    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
+        watchScreen(screen);
+        m_screensSettle.start();
+    });
+    connect(qGuiApp, &QGuiApplication::screenRemoved, &m_screensSettle, qOverload<>(&QTimer::start));
+    const QList<QScreen *> screens = QGuiApplication::screens();
+    for (QScreen *screen : screens)
+        watchScreen(screen);
+}
+
+void MirrorWindowController::watchScreen(QScreen *screen)
+{
+    connect(screen, &QScreen::availableGeometryChanged, &m_screensSettle, qOverload<>(&QTimer::start));
 }
 
 MirrorWindowController::~MirrorWindowController()

@@ -14,6 +14,7 @@
 class MicrophoneLevelMonitor;
 class MirrorCameraEngine;
 class QQuickView;
+class QScreen;
 
 // The floating mirror bubble: a frameless, always-on-top window on every desktop that never takes the
 // keyboard focus, showing the camera in the chosen shape with the optional microphone meter. Showing
@@ -66,6 +67,7 @@ private:
     void createWindow();
     void setFrame(const QRect &frame);
     void updateMask();
+    void watchScreen(QScreen *screen);
 
     QPointer<MirrorCameraEngine> m_cameraEngine;
     QPointer<MicrophoneLevelMonitor> m_microphoneMonitor;
@@ -77,4 +79,6 @@ private:
     std::function<void()> m_onOpenSettings;
     // Moves and resizes arrive in bursts while dragging; the frame is announced once they settle.
     QTimer m_frameSettle;
+    // Monitor changes arrive in bursts too; the open bubble is brought back on screen once they settle.
+    QTimer m_screensSettle;
 };

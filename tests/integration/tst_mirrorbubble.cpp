@@ -142,50 +142,57 @@ private Q_SLOTS:
     }
 
     // Two monitors side by side; a bubble left on the right one comes back there, and inside the left one
-    // once the right one is gone, shrunk to fit when it is larger.
+    // once the right one is gone, before it shows or under it, shrunk to fit when it is larger.
     void savedFrameIsKeptOnAPresentMonitor_data()
     {
-        QTest::addColumn<bool>("removeRight");
+        QTest::addColumn<int>("rightGone"); // 0: never; 1: before the bubble shows; 2: while it is open
         QTest::addColumn<QRect>("saved");
         QTest::addColumn<QRect>("shown");
         QTest::addRow("on the right monitor it stays there")
-            << false << QRect(1000, 100, 400, 300) << QRect(1000, 100, 400, 300);
+            << 0 << QRect(1000, 100, 400, 300) << QRect(1000, 100, 400, 300);
         QTest::addRow("across the right monitor's edge it is pulled inside that monitor")
-            << false << QRect(1300, 100, 400, 300) << QRect(1160, 100, 400, 300);
+            << 0 << QRect(1300, 100, 400, 300) << QRect(1160, 100, 400, 300);
         QTest::addRow("on a removed monitor it comes back inside the main one")
-            << true << QRect(1300, 100, 400, 300) << QRect(560, 100, 400, 300);
+            << 1 << QRect(1300, 100, 400, 300) << QRect(560, 100, 400, 300);
         QTest::addRow("larger than the main monitor it shrinks to fit, keeping its aspect")
-            << true << QRect(1300, 0, 900, 675) << QRect(160, 0, 800, 600);
+            << 1 << QRect(1300, 0, 900, 675) << QRect(160, 0, 800, 600);
+        QTest::addRow("on a monitor unplugged under it it comes back inside the main one")
+            << 2 << QRect(1000, 100, 400, 300) << QRect(560, 100, 400, 300);
     }
 
     void savedFrameIsKeptOnAPresentMonitor()
     {
-        QFETCH(bool, removeRight);
+        QFETCH(int, rightGone);
         const auto removeMonitors = [] {
             run("xrandr --delmonitor RIGHT");
             run("xrandr --delmonitor LEFT");
         };
         removeMonitors();
         const auto cleanUp = qScopeGuard(removeMonitors);
-        QVERIFY(run(QStringLiteral("xrandr --setmonitor LEFT 960/254x600/159+0+0 screen")));
-        if (!removeRight)
-            QVERIFY(run(QStringLiteral("xrandr --setmonitor RIGHT 600/159x800/212+960+0 none")));
         // The count alone passes early: with no monitor set, the whole root window is one screen.
-        const auto monitors = [] {
+        const auto monitorsAre = [](bool withRight) {
             QList<QRect> geometries;
             for (const QScreen *screen : QGuiApplication::screens())
                 geometries.append(screen->geometry());
             std::sort(geometries.begin(), geometries.end(),
                       [](const QRect &a, const QRect &b) { return a.x() < b.x(); });
-            return geometries;
+            QList<QRect> expected{{0, 0, 960, 600}};
+            if (withRight)
+                expected.append({960, 0, 600, 800});
+            return geometries == expected;
         };
-        QList<QRect> expected{{0, 0, 960, 600}};
-        if (!removeRight)
-            expected.append({960, 0, 600, 800});
-        QTRY_COMPARE_WITH_TIMEOUT(monitors(), expected, scaledTimeout(5000));
+        QVERIFY(run(QStringLiteral("xrandr --setmonitor LEFT 960/254x600/159+0+0 screen")));
+        if (rightGone != 1)
+            QVERIFY(run(QStringLiteral("xrandr --setmonitor RIGHT 600/159x800/212+960+0 none")));
+        QTRY_VERIFY_WITH_TIMEOUT(monitorsAre(rightGone != 1), scaledTimeout(5000));
         QFETCH(QRect, saved);
         Bubble bubble(saved);
         QVERIFY(bubble.show());
+        if (rightGone == 2) {
+            QTRY_GEOMETRY(bubble, saved);
+            QVERIFY(run(QStringLiteral("xrandr --delmonitor RIGHT")));
+            QTRY_VERIFY_WITH_TIMEOUT(monitorsAre(false), scaledTimeout(5000));
+        }
         QFETCH(QRect, shown);
         QTRY_GEOMETRY(bubble, shown);
     }
