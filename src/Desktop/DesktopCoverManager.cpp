@@ -3,6 +3,7 @@
 #include "Core/GuiThread.h"
 #include "Core/Logging.h"
 #include "Core/QmlModule.h"
+#include "Core/ScreenChanges.h"
 #include "Desktop/DesktopBackdrop.h"
 #include "Desktop/DesktopCoverImages.h"
 #include "Desktop/DesktopCoverWindow.h"
@@ -52,14 +53,7 @@ DesktopCoverManager::DesktopCoverManager(Platform platform, QObject *parent)
     m_backdrop = new DesktopBackdrop(m_platform.wallpaper, this);
     connect(m_backdrop, &DesktopBackdrop::ready, this, &DesktopCoverManager::applyBackdrops);
 
-    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
-        watchScreen(screen);
-        scheduleReassertion();
-    });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, this, &DesktopCoverManager::scheduleReassertion);
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    for (QScreen *screen : screens)
-        watchScreen(screen);
+    ScreenChanges::watch(this, &QScreen::geometryChanged, [this] { scheduleReassertion(); });
     if (m_platform.virtualDesktops) {
         connect(m_platform.virtualDesktops.get(), &VirtualDesktops::currentChanged, this,
                 &DesktopCoverManager::scheduleReassertion);
@@ -69,11 +63,6 @@ DesktopCoverManager::DesktopCoverManager(Platform platform, QObject *parent)
 DesktopCoverManager::~DesktopCoverManager()
 {
     removeCovers();
-}
-
-void DesktopCoverManager::watchScreen(QScreen *screen)
-{
-    connect(screen, &QScreen::geometryChanged, this, &DesktopCoverManager::scheduleReassertion);
 }
 
 void DesktopCoverManager::scheduleReassertion()

@@ -14,7 +14,6 @@ class DesktopBackdrop;
 class DesktopCoverImages;
 class DesktopCoverWindow;
 class QQmlEngine;
-class QScreen;
 class VirtualDesktops;
 class Wallpaper;
 class WindowLayer;
@@ -71,7 +70,6 @@ Q_SIGNALS:
 
 private:
     void scheduleReassertion();
-    void watchScreen(QScreen *screen);
     void applyBackdrops(const QList<QImage> &images);
 
     Platform m_platform;

@@ -3,6 +3,7 @@
 #include "Core/EnumNames.h"
 #include "Core/Logging.h"
 #include "Core/QmlModule.h"
+#include "Core/ScreenChanges.h"
 #include "Mirror/MicrophoneLevelMonitor.h"
 #include "Mirror/MirrorCameraEngine.h"
 #include "Mirror/MirrorGeometry.h"
@@ -58,19 +59,7 @@ MirrorWindowController::MirrorWindowController(MirrorCameraEngine *cameraEngine,
         if (m_window && m_open)
             setFrame(MirrorGeometry::keptOnScreen(m_window->geometry(), visibleAreas()));
     });
-    connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen *screen) {
-        watchScreen(screen);
-        m_screensSettle.start();
-    });
-    connect(qGuiApp, &QGuiApplication::screenRemoved, &m_screensSettle, qOverload<>(&QTimer::start));
-    const QList<QScreen *> screens = QGuiApplication::screens();
-    for (QScreen *screen : screens)
-        watchScreen(screen);
-}
-
-void MirrorWindowController::watchScreen(QScreen *screen)
-{
-    connect(screen, &QScreen::availableGeometryChanged, &m_screensSettle, qOverload<>(&QTimer::start));
+    ScreenChanges::watch(this, &QScreen::availableGeometryChanged, [this] { m_screensSettle.start(); });
 }
 
 MirrorWindowController::~MirrorWindowController()

@@ -14,7 +14,6 @@
 class MicrophoneLevelMonitor;
 class MirrorCameraEngine;
 class QQuickView;
-class QScreen;
 
 // The floating mirror bubble: a frameless, always-on-top window on every desktop that never takes the
 // keyboard focus, showing the camera in the chosen shape with the optional microphone meter. Showing
@@ -67,7 +66,6 @@ private:
     void createWindow();
     void setFrame(const QRect &frame);
     void updateMask();
-    void watchScreen(QScreen *screen);
 
     QPointer<MirrorCameraEngine> m_cameraEngine;
     QPointer<MicrophoneLevelMonitor> m_microphoneMonitor;
